@@ -1,0 +1,10 @@
+#!/usr/bin/env bash
+# Builds the library and its tests under one preset (release unless named:
+# debug, asan, tsan) and runs every test.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+preset="${1:-release}"
+scripts/install-deps.sh
+cmake --preset "$preset" >/dev/null
+cmake --build --preset "$preset"
+ctest --preset "$preset"

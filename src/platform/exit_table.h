@@ -1,0 +1,16 @@
+// The library's exit table: functions without arguments that run when the
+// library is unloaded or the process ends, the last one added first.
+#ifndef BASE_PLATFORM_EXIT_TABLE_H_
+#define BASE_PLATFORM_EXIT_TABLE_H_
+
+namespace base::platform {
+
+// Adds `entry` to the table of the module this code is linked into. The trap:
+// the registration must be made from code inside that module, so that it runs
+// at that module's unload (dlclose) and not only at the end of the process.
+// Returns false if the table is full; callers that must not care ignore it.
+bool AddExitTableEntry(void (*entry)());
+
+}  // namespace base::platform
+
+#endif  // BASE_PLATFORM_EXIT_TABLE_H_

@@ -1,0 +1,16 @@
+// What every platform backend provides. Subsystem code includes only the
+// vocabulary headers below, never an OS header.
+//
+//   exit_table.h           the module's exit table (atexit from inside the module)
+//   os_version.h           the OS major version
+//
+// Each backend implements every header in its own folder: posix/<name>_posix.cpp,
+// win32/<name>_win.cpp. Test controls are declared in testing/<name>_testing.h
+// and compiled into the library, never exported.
+#ifndef BASE_PLATFORM_INTERNAL_H_
+#define BASE_PLATFORM_INTERNAL_H_
+
+#include "platform/exit_table.h"
+#include "platform/os_version.h"
+
+#endif  // BASE_PLATFORM_INTERNAL_H_
