@@ -1,6 +1,7 @@
 // What every platform backend provides. Subsystem code includes only the
 // vocabulary headers below, never an OS header.
 //
+//   clock.h                the wrapping millisecond tick
 //   exit_table.h           the module's exit table (atexit from inside the module)
 //   os_version.h           the OS major version
 //
@@ -10,6 +11,7 @@
 #ifndef BASE_PLATFORM_INTERNAL_H_
 #define BASE_PLATFORM_INTERNAL_H_
 
+#include "platform/clock.h"
 #include "platform/exit_table.h"
 #include "platform/os_version.h"
 

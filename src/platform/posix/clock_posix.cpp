@@ -1,0 +1,49 @@
+#include "platform/clock.h"
+
+#include <time.h>
+
+#include <atomic>
+
+#include "base/platform.h"
+#include "platform/testing/clock_testing.h"
+
+namespace base::platform {
+namespace {
+
+// Added to the monotonic milliseconds; only tests change it.
+std::atomic<std::uint32_t> g_offset{0};
+
+std::uint32_t MonotonicMilliseconds() {
+  timespec now;
+  clock_gettime(CLOCK_MONOTONIC, &now);
+  const std::uint64_t ms = static_cast<std::uint64_t>(now.tv_sec) * 1000u +
+                           static_cast<std::uint64_t>(now.tv_nsec) / 1000000u;
+  return static_cast<std::uint32_t>(ms);
+}
+
+}  // namespace
+
+std::uint32_t TickCount() {
+  return MonotonicMilliseconds() + g_offset.load(std::memory_order_relaxed);
+}
+
+namespace testing {
+
+void SetTickCount(std::uint32_t tick) {
+  g_offset.store(tick - MonotonicMilliseconds(), std::memory_order_relaxed);
+}
+
+void AdvanceTickCount(std::uint32_t milliseconds) {
+  g_offset.fetch_add(milliseconds, std::memory_order_relaxed);
+}
+
+void ResetTickCount() {
+  g_offset.store(0, std::memory_order_relaxed);
+}
+
+}  // namespace testing
+}  // namespace base::platform
+
+extern "C" DWORD GetTickCount(void) {
+  return base::platform::TickCount();
+}
