@@ -2,6 +2,7 @@
 // vocabulary headers below, never an OS header.
 //
 //   clock.h                the wrapping millisecond tick
+//   codepage.h             code-page facts and single-character conversion
 //   exit_table.h           the module's exit table (atexit from inside the module)
 //   os_version.h           the OS major version
 //
@@ -12,6 +13,7 @@
 #define BASE_PLATFORM_INTERNAL_H_
 
 #include "platform/clock.h"
+#include "platform/codepage.h"
 #include "platform/exit_table.h"
 #include "platform/os_version.h"
 

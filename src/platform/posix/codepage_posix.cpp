@@ -1,0 +1,210 @@
+// Code pages from ICU. ICU's "windows-NNN" converters carry the Windows tables
+// (including Microsoft's own choices, such as 0x8160 of page 932 to U+FF5E),
+// which the "cpNNN" and "ibm-NNN" tables and glibc's iconv do not. A page ICU
+// cannot open is unknown, as an uninstalled page is on Windows.
+//
+// One converter is opened per page on first use and kept until the process or
+// the library ends: opening costs microseconds, a conversion of two bytes tens
+// of nanoseconds. A converter holds state, so all use goes through one lock.
+#include "platform/codepage.h"
+
+#include <unicode/ucnv.h>
+
+#include <atomic>
+#include <map>
+#include <mutex>
+#include <string>
+
+#include "platform/testing/codepage_testing.h"
+
+namespace base::platform {
+namespace {
+
+constexpr std::uint32_t kHighestPage = 65535;
+constexpr std::uint32_t kUtf8Page = 65001;
+
+std::atomic<int> g_info_queries{0};
+std::atomic<int> g_converter_opens{0};
+
+// The pseudo pages (ANSI, OEM, Mac, thread ANSI) as an English-language
+// Windows resolves them. The library reads no locale or environment.
+std::uint32_t ResolvePseudoPage(std::uint32_t page) {
+  switch (page) {
+    case 0:
+    case 3:
+      return 1252;
+    case 1:
+      return 437;
+    case 2:
+      return 10000;
+    default:
+      return page;
+  }
+}
+
+// ICU's name for the Windows table of `page`, or "" for a page that Windows
+// serves to no caller of its multibyte functions.
+std::string ConverterName(std::uint32_t page) {
+  switch (page) {
+    case 28591:
+      return "ISO-8859-1";
+    case 20127:
+      return "US-ASCII";
+    case kUtf8Page:
+      return "UTF-8";
+    case 1200:  // UTF-16 is not a multibyte page on Windows; ICU would open it.
+    case 1201:
+      return "";
+    default:
+      return "windows-" + std::to_string(page);
+  }
+}
+
+// ICU has no notion of a page's default character. Windows uses the question
+// mark for almost every page, the katakana middle dot for Japanese (932) and
+// the replacement character for UTF-8.
+std::uint16_t UnicodeDefaultChar(std::uint32_t page) {
+  switch (page) {
+    case 932:
+      return 0x30FB;
+    case kUtf8Page:
+      return 0xFFFD;
+    default:
+      return 0x003F;
+  }
+}
+
+// A converter that stops at the first illegal or unassigned input instead of
+// substituting, as the Windows conversion does when asked to fail on invalid
+// characters. Null when the page cannot be opened.
+UConverter* OpenStrictConverter(std::uint32_t page) {
+  g_converter_opens.fetch_add(1, std::memory_order_relaxed);
+  const std::string name = ConverterName(page);
+  if (name.empty())
+    return nullptr;
+  UErrorCode status = U_ZERO_ERROR;
+  UConverter* converter = ucnv_open(name.c_str(), &status);
+  if (U_FAILURE(status))
+    return nullptr;
+  ucnv_setToUCallBack(converter, UCNV_TO_U_CALLBACK_STOP, nullptr, nullptr, nullptr, &status);
+  if (U_FAILURE(status)) {
+    ucnv_close(converter);
+    return nullptr;
+  }
+  return converter;
+}
+
+// Converters by resolved page. Pages that failed to open are kept as null, so
+// an unknown page costs one lookup per call, not one failed open. Page numbers
+// end at 65535, which bounds the map.
+class ConverterCache {
+ public:
+  ConverterCache() = default;
+  ConverterCache(const ConverterCache&) = delete;
+  ConverterCache& operator=(const ConverterCache&) = delete;
+  ~ConverterCache() {
+    for (auto& entry : converters_) {
+      if (entry.second)
+        ucnv_close(entry.second);
+    }
+  }
+
+  std::mutex& lock() { return lock_; }
+
+  // The caller holds lock(). `page` is already resolved.
+  UConverter* Get(std::uint32_t page) {
+    if (page > kHighestPage)
+      return nullptr;
+    auto found = converters_.find(page);
+    if (found == converters_.end())
+      found = converters_.emplace(page, OpenStrictConverter(page)).first;
+    return found->second;
+  }
+
+ private:
+  std::mutex lock_;
+  std::map<std::uint32_t, UConverter*> converters_;
+};
+
+ConverterCache& Cache() {
+  static ConverterCache cache;
+  return cache;
+}
+
+// Turns ICU's 256 starter flags into (low, high) ranges, at most six. Pages
+// that are not table-driven (UTF-8, ASCII) have no starters to report.
+void FillLeadBytes(const UConverter* converter, std::uint8_t (&cells)[kLeadByteCells]) {
+  UBool starters[256];
+  UErrorCode status = U_ZERO_ERROR;
+  ucnv_getStarters(converter, starters, &status);
+  if (U_FAILURE(status))
+    return;
+  int cell = 0;
+  int byte = 0;
+  while (byte < 256 && cell < kLeadByteCells) {
+    if (!starters[byte]) {
+      ++byte;
+      continue;
+    }
+    int high = byte;
+    while (high < 255 && starters[high + 1])
+      ++high;
+    cells[cell++] = static_cast<std::uint8_t>(byte);
+    cells[cell++] = static_cast<std::uint8_t>(high);
+    byte = high + 1;
+  }
+}
+
+}  // namespace
+
+bool QueryCodePageInfo(std::uint32_t page, CodePageInfo& info) {
+  g_info_queries.fetch_add(1, std::memory_order_relaxed);
+  page = ResolvePseudoPage(page);
+  ConverterCache& cache = Cache();
+  std::lock_guard<std::mutex> hold(cache.lock());
+  const UConverter* converter = cache.Get(page);
+  if (!converter)
+    return false;
+  CodePageInfo result;
+  // ICU counts what one UTF-16 unit can need (3 bytes of UTF-8); Windows
+  // counts a whole character (4).
+  result.max_char_size =
+      page == kUtf8Page ? 4 : static_cast<std::uint32_t>(ucnv_getMaxCharSize(converter));
+  FillLeadBytes(converter, result.lead_bytes);
+  result.unicode_default_char = UnicodeDefaultChar(page);
+  info = result;
+  return true;
+}
+
+bool ConvertToOneUnit(std::uint32_t page, const char* bytes, int length, std::uint16_t& out) {
+  if (!bytes || length <= 0)
+    return false;
+  page = ResolvePseudoPage(page);
+  ConverterCache& cache = Cache();
+  std::lock_guard<std::mutex> hold(cache.lock());
+  UConverter* converter = cache.Get(page);
+  if (!converter)
+    return false;
+  // ucnv_toUChars resets the converter first and flushes at the end, so a
+  // lead byte left without its trail fails instead of waiting for more input.
+  UChar unit = 0;
+  UErrorCode status = U_ZERO_ERROR;
+  const int32_t units = ucnv_toUChars(converter, &unit, 1, bytes, length, &status);
+  if (U_FAILURE(status) || units != 1)
+    return false;
+  out = unit;
+  return true;
+}
+
+namespace testing {
+
+int CodePageInfoQueries() {
+  return g_info_queries.load(std::memory_order_relaxed);
+}
+
+int CodePageConverterOpens() {
+  return g_converter_opens.load(std::memory_order_relaxed);
+}
+
+}  // namespace testing
+}  // namespace base::platform

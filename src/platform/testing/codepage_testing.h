@@ -1,0 +1,16 @@
+// Test control: counts of the work the code-page backend has done, so that
+// tests can see that a page is queried once and a converter opened once.
+// Not exported.
+#ifndef BASE_PLATFORM_TESTING_CODEPAGE_TESTING_H_
+#define BASE_PLATFORM_TESTING_CODEPAGE_TESTING_H_
+
+namespace base::platform::testing {
+
+// Calls of QueryCodePageInfo since the library was loaded.
+int CodePageInfoQueries();
+// Converters opened (successfully or not) since the library was loaded.
+int CodePageConverterOpens();
+
+}  // namespace base::platform::testing
+
+#endif  // BASE_PLATFORM_TESTING_CODEPAGE_TESTING_H_

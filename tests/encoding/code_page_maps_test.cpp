@@ -1,0 +1,145 @@
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <memory>
+
+#include "base/encoding.h"
+#include "encoding/code_page_tables.h"
+#include "platform/testing/codepage_testing.h"
+
+// The tables live for the whole test binary, so each test uses pages that no
+// other test looks at first.
+namespace XmlText::Encoding {
+namespace {
+
+using base::platform::testing::CodePageConverterOpens;
+using base::platform::testing::CodePageInfoQueries;
+
+int CountOf(const int* map, int value) {
+  int count = 0;
+  for (int byte = 0; byte < 256; ++byte)
+    count += map[byte] == value;
+  return count;
+}
+
+TEST(CodePageMapsTest, DoubleBytePagesMarkTheirLeadBytes) {
+  const int* gbk = GetCPMap(936);
+  ASSERT_NE(gbk, nullptr);
+  EXPECT_EQ(GetCPMap(936), gbk);
+  for (int byte = 0x81; byte <= 0xFE; ++byte)
+    EXPECT_EQ(gbk[byte], kLeadByte) << byte;
+  EXPECT_EQ(CountOf(gbk, kLeadByte), 126);
+  EXPECT_EQ(gbk[0x00], 0);
+  EXPECT_EQ(gbk[65], 65);
+  EXPECT_EQ(gbk[0x80], 0x20AC);
+  EXPECT_EQ(gbk[0xFF], 0xF8F5);
+  EXPECT_EQ(GetCPDefChar(936), '?');
+
+  const int* sjis = GetCPMap(932);
+  ASSERT_NE(sjis, nullptr);
+  EXPECT_EQ(CountOf(sjis, kLeadByte), 60);
+  EXPECT_EQ(sjis[0x9F], kLeadByte);
+  EXPECT_EQ(sjis[0xA0], kInvalidByte);
+  EXPECT_EQ(sjis[0xA1], 0xFF61);  // halfwidth katakana are single bytes
+  EXPECT_EQ(sjis[0xDF], 0xFF9F);
+  EXPECT_EQ(sjis[0xE0], kLeadByte);
+  EXPECT_EQ(sjis[0xFC], kLeadByte);
+  EXPECT_EQ(GetCPDefChar(932), 0x30FB);
+
+  for (int page : {949, 950}) {
+    const int* map = GetCPMap(page);
+    ASSERT_NE(map, nullptr);
+    EXPECT_EQ(CountOf(map, kLeadByte), 126) << page;
+    EXPECT_EQ(map[0x80], 0x80) << page;
+  }
+}
+
+TEST(CodePageMapsTest, SingleBytePagesHaveNoLeadBytes) {
+  const int* latin = GetCPMap(1252);
+  ASSERT_NE(latin, nullptr);
+  EXPECT_EQ(CountOf(latin, kLeadByte), 0);
+  EXPECT_EQ(CountOf(latin, kInvalidByte), 0);
+  EXPECT_EQ(latin[0x80], 0x20AC);
+  EXPECT_EQ(latin[0x81], 0x81);
+  EXPECT_EQ(latin[0x9F], 0x178);
+  EXPECT_EQ(latin[0xFF], 0xFF);
+
+  // ASCII leaves its upper half undefined.
+  const int* ascii = GetCPMap(20127);
+  ASSERT_NE(ascii, nullptr);
+  EXPECT_EQ(CountOf(ascii, kLeadByte), 0);
+  EXPECT_EQ(CountOf(ascii, kInvalidByte), 128);
+  EXPECT_EQ(ascii[0x7F], 0x7F);
+  EXPECT_EQ(ascii[0x80], kInvalidByte);
+
+  // The thread's ANSI page, which unknown names lead to, has a map of its own.
+  const int* thread_ansi = GetCPMap(3);
+  ASSERT_NE(thread_ansi, nullptr);
+  EXPECT_NE(thread_ansi, latin);
+  EXPECT_EQ(thread_ansi[0x80], 0x20AC);
+}
+
+TEST(CodePageMapsTest, DefaultCharFirstBuildsTheMapToo) {
+  EXPECT_EQ(GetCPDefChar(1251), '?');
+  const int queries = CodePageInfoQueries();
+  const int* cyrillic = GetCPMap(1251);
+  ASSERT_NE(cyrillic, nullptr);
+  EXPECT_EQ(cyrillic[0xC0], 0x410);
+  EXPECT_EQ(CodePageInfoQueries(), queries);
+}
+
+TEST(CodePageMapsTest, PagesWithoutMapsAreLookedAtOnce) {
+  const int before = CodePageInfoQueries();
+  // UTF-8 has characters of up to four bytes; 12345 and negative pages do not
+  // exist; UTF-16 is no multibyte page.
+  for (int page : {65001, 12345, -5, 1200}) {
+    EXPECT_EQ(GetCPMap(page), nullptr) << page;
+    EXPECT_EQ(GetCPDefChar(page), -1) << page;
+    EXPECT_EQ(GetCPMap(page), nullptr) << page;
+  }
+  EXPECT_EQ(CodePageInfoQueries(), before + 4);
+}
+
+TEST(CodePageMapsTest, ConvertsExactlyTwoBytes) {
+  // Only the two bytes are readable: a longer read would be caught.
+  auto pair = [](unsigned char lead, unsigned char trail) {
+    std::unique_ptr<char[]> bytes(new char[2]);
+    bytes[0] = static_cast<char>(lead);
+    bytes[1] = static_cast<char>(trail);
+    return bytes;
+  };
+  EXPECT_EQ(CPConvert(936, pair(0xB0, 0xA1).get()), 0x554A);
+  EXPECT_EQ(CPConvert(936, pair(0x81, 0x40).get()), 0x4E02);
+  EXPECT_EQ(CPConvert(932, pair(0x82, 0xA0).get()), 0x3042);
+  EXPECT_EQ(CPConvert(932, pair(0x81, 0x60).get()), 0xFF5E);
+  EXPECT_EQ(CPConvert(949, pair(0xB0, 0xA1).get()), 0xAC00);
+  EXPECT_EQ(CPConvert(950, pair(0xA4, 0x40).get()), 0x4E00);
+  EXPECT_EQ(CPConvert(950, pair(0xF9, 0xFE).get()), 0x2593);
+  EXPECT_EQ(base::scratchChar, 0x2593);
+
+  // Two single-byte characters do not fit one unit; a bad trail byte fails.
+  EXPECT_EQ(CPConvert(1250, pair('A', 'B').get()), '?');
+  EXPECT_EQ(CPConvert(932, pair(0x81, 0x20).get()), 0x30FB);
+  // UTF-8 converts without a map, and has no default to fall back on.
+  EXPECT_EQ(CPConvert(65001, pair(0xC3, 0xA9).get()), 0xE9);
+  EXPECT_EQ(CPConvert(65001, pair(0xC3, 'A').get()), -1);
+  EXPECT_EQ(CPConvert(4321, pair(0xB0, 0xA1).get()), -1);
+  EXPECT_EQ(CPConvert(936, nullptr), '?');
+
+  const int opens = CodePageConverterOpens();
+  const auto hangul = pair(0xB0, 0xA1);
+  for (int i = 0; i < 1000; ++i)
+    CPConvert(949, hangul.get());
+  EXPECT_EQ(CodePageConverterOpens(), opens);
+}
+
+TEST(CodePageMapsTest, TablesFreeTheirMaps) {
+  // A leak here is reported by the address-sanitizer build.
+  base::CodePageTableSet tables;
+  EXPECT_EQ(tables.names.size(), 2u);
+  tables.byteMaps[1] = static_cast<int*>(std::malloc(256 * sizeof(int)));
+  tables.byteMaps[2] = nullptr;
+}
+
+}  // namespace
+}  // namespace XmlText::Encoding

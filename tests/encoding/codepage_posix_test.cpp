@@ -1,0 +1,46 @@
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "platform/codepage.h"
+
+namespace base::platform {
+namespace {
+
+TEST(CodePagePlatformTest, ReportsWhatTheBuildNeeds) {
+  CodePageInfo info;
+  ASSERT_TRUE(QueryCodePageInfo(932, info));
+  EXPECT_EQ(info.max_char_size, 2u);
+  const std::uint8_t sjis_leads[kLeadByteCells] = {0x81, 0x9F, 0xE0, 0xFC};
+  EXPECT_EQ(std::memcmp(info.lead_bytes, sjis_leads, kLeadByteCells), 0);
+  EXPECT_EQ(info.unicode_default_char, 0x30FB);
+
+  ASSERT_TRUE(QueryCodePageInfo(65001, info));
+  EXPECT_EQ(info.max_char_size, 4u);
+  EXPECT_EQ(info.lead_bytes[0], 0);
+  EXPECT_EQ(info.unicode_default_char, 0xFFFD);
+
+  ASSERT_TRUE(QueryCodePageInfo(28591, info));
+  EXPECT_EQ(info.max_char_size, 1u);
+  EXPECT_EQ(info.unicode_default_char, '?');
+
+  // Failure leaves the caller's value alone.
+  info.max_char_size = 7;
+  EXPECT_FALSE(QueryCodePageInfo(12345, info));
+  EXPECT_FALSE(QueryCodePageInfo(0x10000 + 1252, info));
+  EXPECT_EQ(info.max_char_size, 7u);
+}
+
+TEST(CodePagePlatformTest, ConvertsOnlyToExactlyOneUnit) {
+  std::uint16_t unit = 0xBEEF;
+  EXPECT_FALSE(ConvertToOneUnit(936, "\xB0", 1, unit));  // lead byte without trail
+  EXPECT_FALSE(ConvertToOneUnit(936, "A", 0, unit));
+  EXPECT_FALSE(ConvertToOneUnit(65001, "\xF0\x9F\x98\x80", 4, unit));  // a surrogate pair
+  EXPECT_FALSE(ConvertToOneUnit(12345, "A", 1, unit));
+  EXPECT_EQ(unit, 0xBEEF);
+  EXPECT_TRUE(ConvertToOneUnit(0, "\x80", 1, unit));  // the ANSI page
+  EXPECT_EQ(unit, 0x20AC);
+}
+
+}  // namespace
+}  // namespace base::platform
