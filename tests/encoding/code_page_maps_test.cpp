@@ -45,6 +45,10 @@ TEST(CodePageMapsTest, DoubleBytePagesMarkTheirLeadBytes) {
   EXPECT_EQ(sjis[0xE0], kLeadByte);
   EXPECT_EQ(sjis[0xFC], kLeadByte);
   EXPECT_EQ(GetCPDefChar(932), 0x30FB);
+  // SUB, FS and DEL are themselves, not rotated as in IBM's tables.
+  EXPECT_EQ(sjis[0x1A], 0x1A);
+  EXPECT_EQ(sjis[0x1C], 0x1C);
+  EXPECT_EQ(sjis[0x7F], 0x7F);
 
   for (int page : {949, 950}) {
     const int* map = GetCPMap(page);
@@ -63,6 +67,13 @@ TEST(CodePageMapsTest, SingleBytePagesHaveNoLeadBytes) {
   EXPECT_EQ(latin[0x81], 0x81);
   EXPECT_EQ(latin[0x9F], 0x178);
   EXPECT_EQ(latin[0xFF], 0xFF);
+
+  const int* dos = GetCPMap(437);
+  ASSERT_NE(dos, nullptr);
+  EXPECT_EQ(dos[0x1A], 0x1A);
+  EXPECT_EQ(dos[0x1C], 0x1C);
+  EXPECT_EQ(dos[0x7F], 0x7F);
+  EXPECT_EQ(dos[0xDB], 0x2588);
 
   // ASCII leaves its upper half undefined.
   const int* ascii = GetCPMap(20127);

@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <thread>
+#include <vector>
 
 #include "platform/codepage.h"
 
@@ -40,6 +42,27 @@ TEST(CodePagePlatformTest, ConvertsOnlyToExactlyOneUnit) {
   EXPECT_EQ(unit, 0xBEEF);
   EXPECT_TRUE(ConvertToOneUnit(0, "\x80", 1, unit));  // the ANSI page
   EXPECT_EQ(unit, 0x20AC);
+}
+
+TEST(CodePagePlatformTest, ConvertsFromManyThreadsAtOnce) {
+  // Converters hold state and are shared per page, opened by whichever thread
+  // comes first.
+  std::vector<std::thread> threads;
+  std::vector<int> failures(4, 0);
+  for (int t = 0; t < 4; ++t) {
+    threads.emplace_back([t, &failures] {
+      const std::uint32_t page = t % 2 ? 949 : 950;
+      const std::uint16_t expected = t % 2 ? 0xAC00 : 0x4E00;
+      const char* pair = t % 2 ? "\xB0\xA1" : "\xA4\x40";
+      for (int i = 0; i < 500; ++i) {
+        std::uint16_t unit = 0;
+        failures[t] += !ConvertToOneUnit(page, pair, 2, unit) || unit != expected;
+      }
+    });
+  }
+  for (auto& thread : threads)
+    thread.join();
+  EXPECT_EQ(failures, std::vector<int>(4, 0));
 }
 
 }  // namespace

@@ -77,11 +77,7 @@ std::uint16_t UnicodeDefaultChar(std::uint32_t page) {
 // A converter that stops at the first illegal or unassigned input instead of
 // substituting, as the Windows conversion does when asked to fail on invalid
 // characters. Null when the page cannot be opened.
-UConverter* OpenStrictConverter(std::uint32_t page) {
-  g_converter_opens.fetch_add(1, std::memory_order_relaxed);
-  const std::string name = ConverterName(page);
-  if (name.empty())
-    return nullptr;
+UConverter* OpenStrictConverter(const std::string& name) {
   UErrorCode status = U_ZERO_ERROR;
   UConverter* converter = ucnv_open(name.c_str(), &status);
   if (U_FAILURE(status))
@@ -94,6 +90,54 @@ UConverter* OpenStrictConverter(std::uint32_t page) {
   return converter;
 }
 
+bool ToOneUnit(UConverter* converter, const char* bytes, int length, std::uint16_t& out) {
+  // ucnv_toUChars resets the converter first and flushes at the end, so a
+  // lead byte left without its trail fails instead of waiting for more input.
+  UChar unit = 0;
+  UErrorCode status = U_ZERO_ERROR;
+  const int32_t units = ucnv_toUChars(converter, &unit, 1, bytes, length, &status);
+  if (U_FAILURE(status) || units != 1)
+    return false;
+  out = unit;
+  return true;
+}
+
+// ICU's tables of IBM origin (the DOS pages, and 932) rotate three control
+// bytes the IBM PC way: 0x1A to U+001C, 0x1C to U+007F, 0x7F to U+001A.
+// Windows maps each of them to itself. The rotation is recognised in the
+// table, not assumed from a list of pages.
+constexpr char kRotatedControls[] = {0x1A, 0x1C, 0x7F};
+
+bool RotatesControls(UConverter* converter) {
+  std::uint16_t unit = 0;
+  const char del = 0x7F;
+  return ToOneUnit(converter, &del, 1, unit) && unit == 0x1A;
+}
+
+bool IsRotatedControl(char byte) {
+  for (char control : kRotatedControls) {
+    if (byte == control)
+      return true;
+  }
+  return false;
+}
+
+struct PageConverter {
+  UConverter* converter = nullptr;  // null: the page is unknown
+  bool rotates_controls = false;
+};
+
+PageConverter OpenPage(std::uint32_t page) {
+  g_converter_opens.fetch_add(1, std::memory_order_relaxed);
+  PageConverter opened;
+  const std::string name = ConverterName(page);
+  if (name.empty())
+    return opened;
+  opened.converter = OpenStrictConverter(name);
+  opened.rotates_controls = opened.converter && RotatesControls(opened.converter);
+  return opened;
+}
+
 // Converters by resolved page. Pages that failed to open are kept as null, so
 // an unknown page costs one lookup per call, not one failed open. Page numbers
 // end at 65535, which bounds the map.
@@ -104,26 +148,27 @@ class ConverterCache {
   ConverterCache& operator=(const ConverterCache&) = delete;
   ~ConverterCache() {
     for (auto& entry : converters_) {
-      if (entry.second)
-        ucnv_close(entry.second);
+      if (entry.second.converter)
+        ucnv_close(entry.second.converter);
     }
   }
 
   std::mutex& lock() { return lock_; }
 
   // The caller holds lock(). `page` is already resolved.
-  UConverter* Get(std::uint32_t page) {
+  const PageConverter& Get(std::uint32_t page) {
+    static const PageConverter kUnknown;
     if (page > kHighestPage)
-      return nullptr;
+      return kUnknown;
     auto found = converters_.find(page);
     if (found == converters_.end())
-      found = converters_.emplace(page, OpenStrictConverter(page)).first;
+      found = converters_.emplace(page, OpenPage(page)).first;
     return found->second;
   }
 
  private:
   std::mutex lock_;
-  std::map<std::uint32_t, UConverter*> converters_;
+  std::map<std::uint32_t, PageConverter> converters_;
 };
 
 ConverterCache& Cache() {
@@ -162,7 +207,7 @@ bool QueryCodePageInfo(std::uint32_t page, CodePageInfo& info) {
   page = ResolvePseudoPage(page);
   ConverterCache& cache = Cache();
   std::lock_guard<std::mutex> hold(cache.lock());
-  const UConverter* converter = cache.Get(page);
+  const UConverter* converter = cache.Get(page).converter;
   if (!converter)
     return false;
   CodePageInfo result;
@@ -182,18 +227,14 @@ bool ConvertToOneUnit(std::uint32_t page, const char* bytes, int length, std::ui
   page = ResolvePseudoPage(page);
   ConverterCache& cache = Cache();
   std::lock_guard<std::mutex> hold(cache.lock());
-  UConverter* converter = cache.Get(page);
-  if (!converter)
+  const PageConverter& opened = cache.Get(page);
+  if (!opened.converter)
     return false;
-  // ucnv_toUChars resets the converter first and flushes at the end, so a
-  // lead byte left without its trail fails instead of waiting for more input.
-  UChar unit = 0;
-  UErrorCode status = U_ZERO_ERROR;
-  const int32_t units = ucnv_toUChars(converter, &unit, 1, bytes, length, &status);
-  if (U_FAILURE(status) || units != 1)
-    return false;
-  out = unit;
-  return true;
+  if (length == 1 && opened.rotates_controls && IsRotatedControl(bytes[0])) {
+    out = static_cast<std::uint8_t>(bytes[0]);
+    return true;
+  }
+  return ToOneUnit(opened.converter, bytes, length, out);
 }
 
 namespace testing {
