@@ -1,0 +1,1 @@
+base_add_bench(encoding_bench encoding_bench.cpp)
