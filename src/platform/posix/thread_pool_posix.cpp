@@ -37,7 +37,6 @@ struct Worker {
 };
 
 std::atomic<bool> g_failNextItem{false};
-std::atomic<std::uint32_t> g_idleTimeoutMs{10000};
 
 class ThreadPool {
  public:
@@ -93,6 +92,13 @@ class ThreadPool {
   std::size_t LiveWorkers() {
     std::lock_guard<std::mutex> lock(mutex_);
     return live_;
+  }
+
+  void SetIdleTimeout(std::chrono::milliseconds timeout) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    idleTimeout_ = timeout;
+    for (Worker* worker : idle_)
+      worker->wake.notify_one();
   }
 
  private:
@@ -172,9 +178,7 @@ class ThreadPool {
         return true;
       }
       idle_.push_back(self);
-      const auto timeout =
-          std::chrono::milliseconds(g_idleTimeoutMs.load(std::memory_order_relaxed));
-      if (!self->wake.wait_for(lock, timeout, [&] { return self->hasItem || stopped_; })) {
+      if (!WaitIdle(lock, self)) {
         // Nobody handed it an item, so it is still on the idle stack.
         for (auto it = idle_.begin(); it != idle_.end(); ++it) {
           if (*it == self) {
@@ -185,6 +189,20 @@ class ThreadPool {
         return false;
       }
     }
+  }
+
+  // Waits until the worker is handed an item or the pool stops (true), or
+  // until it has been idle for the idle timeout (false). The timeout is read
+  // again at every wake, so a change reaches workers that already wait.
+  bool WaitIdle(std::unique_lock<std::mutex>& lock, Worker* self) {
+    const auto idleSince = std::chrono::steady_clock::now();
+    while (!self->hasItem && !stopped_) {
+      const auto until = idleSince + idleTimeout_;
+      if (std::chrono::steady_clock::now() >= until)
+        return false;
+      self->wake.wait_until(lock, until);
+    }
+    return true;
   }
 
   std::mutex shutdownMutex_;
@@ -198,6 +216,7 @@ class ThreadPool {
   std::size_t live_ = 0;
   std::size_t spawning_ = 0;
   bool stopped_ = false;
+  std::chrono::milliseconds idleTimeout_{10000};
 };
 
 }  // namespace
@@ -219,7 +238,7 @@ void FailNextWorkItem() {
 }
 
 void SetIdleWorkerTimeout(std::uint32_t milliseconds) {
-  g_idleTimeoutMs.store(milliseconds, std::memory_order_relaxed);
+  ThreadPool::Instance().SetIdleTimeout(std::chrono::milliseconds(milliseconds));
 }
 
 std::size_t PoolWorkerCount() {
