@@ -5,6 +5,10 @@
 //   codepage.h             code-page facts and single-character conversion
 //   exit_table.h           the module's exit table (atexit from inside the module)
 //   os_version.h           the OS major version
+//   sync.h                 the critical section (counters are in base/platform.h)
+//   thread.h               the calling thread's id, sleep
+//   thread_pool.h          the elastic pool of work items, joined at unload
+//   wait.h                 events, waitable timers, waits for one or any of three
 //
 // Each backend implements every header in its own folder: posix/<name>_posix.cpp,
 // win32/<name>_win.cpp. Test controls are declared in testing/<name>_testing.h
@@ -16,5 +20,9 @@
 #include "platform/codepage.h"
 #include "platform/exit_table.h"
 #include "platform/os_version.h"
+#include "platform/sync.h"
+#include "platform/thread.h"
+#include "platform/thread_pool.h"
+#include "platform/wait.h"
 
 #endif  // BASE_PLATFORM_INTERNAL_H_

@@ -1,0 +1,46 @@
+// Locks and counters of the platform layer. The interlocked counters are the
+// public ones of base/platform.h (InterlockedIncrement, InterlockedDecrement);
+// this header adds the critical section.
+//
+// Threading: a CriticalSection may be entered from any thread. It is recursive
+// like the Windows one: the owner may enter again and must leave as often.
+#ifndef BASE_PLATFORM_SYNC_H_
+#define BASE_PLATFORM_SYNC_H_
+
+#include <mutex>
+
+#include "base/platform.h"
+
+namespace base::platform {
+
+// Construction initialises the section and destruction deletes it; deleting a
+// section that a thread still holds is the caller's fault, as on Windows.
+class CriticalSection {
+ public:
+  CriticalSection() = default;
+  CriticalSection(const CriticalSection&) = delete;
+  CriticalSection& operator=(const CriticalSection&) = delete;
+
+  void Enter() { mutex_.lock(); }
+  void Leave() { mutex_.unlock(); }
+
+ private:
+  std::recursive_mutex mutex_;
+};
+
+// Holds a section for a scope, so that an exception (an allocation that fails
+// while a queue grows) cannot leave it entered.
+class ScopedCriticalSection {
+ public:
+  explicit ScopedCriticalSection(CriticalSection& section) : section_(section) { section_.Enter(); }
+  ~ScopedCriticalSection() { section_.Leave(); }
+  ScopedCriticalSection(const ScopedCriticalSection&) = delete;
+  ScopedCriticalSection& operator=(const ScopedCriticalSection&) = delete;
+
+ private:
+  CriticalSection& section_;
+};
+
+}  // namespace base::platform
+
+#endif  // BASE_PLATFORM_SYNC_H_

@@ -1,0 +1,21 @@
+// A test module: the library's objects in a shared object of their own, with
+// one entry that queues a work item of the module's code.
+#include <cstdint>
+
+#include "platform/thread.h"
+#include "platform/thread_pool.h"
+
+namespace {
+
+using Report = void (*)(std::uint32_t threadId);
+
+std::uint32_t ReportThread(void* context) {
+  reinterpret_cast<Report>(context)(base::platform::CurrentThreadId());
+  return 0;  // the worker is still in module code after the report
+}
+
+}  // namespace
+
+extern "C" __attribute__((visibility("default"))) int BaseTestQueueReportingItem(Report report) {
+  return base::platform::QueueWorkItem(&ReportThread, reinterpret_cast<void*>(report), 0) ? 1 : 0;
+}
