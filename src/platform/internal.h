@@ -4,6 +4,7 @@
 //   clock.h                the wrapping millisecond tick
 //   codepage.h             code-page facts and single-character conversion
 //   exit_table.h           the module's exit table (atexit from inside the module)
+//   message_window.h       hidden message windows, posted messages, window timers
 //   os_version.h           the OS major version
 //   sync.h                 the critical section (counters are in base/platform.h)
 //   thread.h               the calling thread's id, sleep
@@ -19,6 +20,7 @@
 #include "platform/clock.h"
 #include "platform/codepage.h"
 #include "platform/exit_table.h"
+#include "platform/message_window.h"
 #include "platform/os_version.h"
 #include "platform/sync.h"
 #include "platform/thread.h"

@@ -1,0 +1,355 @@
+// Design note. Posted messages sit in a deque under one mutex; timers are a
+// short vector of due ticks under the same mutex. A timer message is never
+// queued: when the owner has dispatched the messages that were waiting at the
+// start of a pass, it looks for due timers and delivers each due one once,
+// moving its due tick on. That gives "at most one pending per timer" for free,
+// keeps timers behind waiting messages, and still lets timers through when
+// other threads post without pause, since a pass takes only the messages that
+// were waiting when it began.
+//
+// Nothing is held across a delivery, so a procedure may pump (a nested pass
+// simply takes what is there), destroy its window or kill its own timer.
+#include "platform/posix/message_queue_posix.h"
+
+#include <poll.h>
+#include <sys/epoll.h>
+#include <sys/eventfd.h>
+#include <sys/timerfd.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <climits>
+
+#include "platform/clock.h"
+
+namespace base::platform {
+namespace {
+
+thread_local MessageQueue* t_current = nullptr;
+// Set once the thread's queue has been torn down at thread exit; a queue made
+// after that would never be torn down.
+thread_local bool t_exiting = false;
+
+// Signed distance from `now` to `due`: positive while `due` lies ahead.
+std::int32_t TicksUntil(std::uint32_t due, std::uint32_t now) {
+  return static_cast<std::int32_t>(due - now);
+}
+
+}  // namespace
+
+// Owns the thread's queue and tears it down when the thread ends: windows
+// still alive are destroyed as their owner would destroy them.
+struct QueueHolder {
+  std::shared_ptr<MessageQueue> queue;
+
+  ~QueueHolder() {
+    if (!queue)
+      return;
+    while (!queue->windows_.empty()) {
+      const WindowHandle window = queue->windows_.back();
+      if (!DestroyMessageWindow(window))
+        queue->RemoveWindow(window);
+    }
+    t_exiting = true;
+    t_current = nullptr;
+    queue->Shutdown();
+  }
+};
+
+namespace {
+thread_local QueueHolder t_holder;
+}  // namespace
+
+MessageQueue* MessageQueue::ForCurrentThread() {
+  if (t_current || t_exiting)
+    return t_current;
+  const int eventFd = eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC);
+  if (eventFd < 0)
+    return nullptr;
+  const int timerFd = timerfd_create(CLOCK_MONOTONIC, TFD_NONBLOCK | TFD_CLOEXEC);
+  if (timerFd < 0) {
+    close(eventFd);
+    return nullptr;
+  }
+  t_holder.queue = std::make_shared<MessageQueue>(eventFd, timerFd);
+  t_current = t_holder.queue.get();
+  return t_current;
+}
+
+MessageQueue* MessageQueue::CurrentIfAny() {
+  return t_current;
+}
+
+MessageQueue::MessageQueue(int eventFd, int timerFd) : eventFd_(eventFd), timerFd_(timerFd) {}
+
+MessageQueue::~MessageQueue() {
+  if (epollFd_ >= 0)
+    close(epollFd_);
+  close(timerFd_);
+  close(eventFd_);
+}
+
+bool MessageQueue::Post(const std::shared_ptr<Window>& window,
+                        std::uint32_t message,
+                        std::uintptr_t wparam,
+                        std::intptr_t lparam) {
+  std::lock_guard<std::mutex> lock(mutex_);
+  if (window->closed)
+    return false;
+  posted_.push_back(Posted{window, message, wparam, lparam});
+  SignalLocked();
+  return true;
+}
+
+bool MessageQueue::SetTimer(const std::shared_ptr<Window>& window,
+                            std::uintptr_t id,
+                            std::uint32_t periodMs) {
+  const std::uint32_t period = std::max(periodMs, kMinimumTimerPeriod);
+  std::lock_guard<std::mutex> lock(mutex_);
+  if (window->closed)
+    return false;
+  const std::uint32_t now = TickCount();
+  auto it = std::find_if(timers_.begin(), timers_.end(),
+                         [&](const Timer& t) { return t.window == window && t.id == id; });
+  if (it == timers_.end())
+    timers_.push_back(Timer{window, id, period, now + period});
+  else
+    *it = Timer{window, id, period, now + period};
+  ResyncLocked(now);
+  return true;
+}
+
+bool MessageQueue::KillTimer(const Window& window, std::uintptr_t id) {
+  std::lock_guard<std::mutex> lock(mutex_);
+  auto it = std::find_if(timers_.begin(), timers_.end(),
+                         [&](const Timer& t) { return t.window.get() == &window && t.id == id; });
+  if (it == timers_.end())
+    return false;
+  // A stale wake-up that this leaves armed finds nothing and costs one pass.
+  timers_.erase(it);
+  return true;
+}
+
+void MessageQueue::Close(Window& window) {
+  std::lock_guard<std::mutex> lock(mutex_);
+  window.closed = true;
+  posted_.erase(std::remove_if(posted_.begin(), posted_.end(),
+                               [&](const Posted& p) { return p.window.get() == &window; }),
+                posted_.end());
+  timers_.erase(std::remove_if(timers_.begin(), timers_.end(),
+                               [&](const Timer& t) { return t.window.get() == &window; }),
+                timers_.end());
+}
+
+void MessageQueue::AddWindow(WindowHandle window) {
+  windows_.push_back(window);
+}
+
+void MessageQueue::RemoveWindow(WindowHandle window) {
+  windows_.erase(std::remove(windows_.begin(), windows_.end(), window), windows_.end());
+}
+
+// Leaves the descriptors true to the queue however a pass ends, a procedure
+// that throws included: a host that waits on PollFd must not miss what stays.
+class MessageQueue::ResyncOnExit {
+ public:
+  explicit ResyncOnExit(MessageQueue& queue) : queue_(queue) {}
+  ResyncOnExit(const ResyncOnExit&) = delete;
+  ResyncOnExit& operator=(const ResyncOnExit&) = delete;
+  ~ResyncOnExit() {
+    std::lock_guard<std::mutex> lock(queue_.mutex_);
+    queue_.ResyncLocked(TickCount());
+  }
+
+ private:
+  MessageQueue& queue_;
+};
+
+unsigned MessageQueue::DispatchPending(bool stopAtQuit) {
+  std::size_t batch;
+  {
+    std::lock_guard<std::mutex> lock(mutex_);
+    ClearWakeLocked();
+    batch = posted_.size();
+  }
+  ResyncOnExit resync(*this);
+  unsigned delivered = 0;
+  // A nested pass may have taken some of this batch; PopPosted then runs dry
+  // or hands over younger messages, and the count still bounds the pass.
+  for (Posted m; batch > 0 && PopPosted(m); --batch) {
+    m.window->procedure(m.window->handle, m.message, m.wparam, m.lparam);
+    ++delivered;
+    if (stopAtQuit && quit_)
+      return delivered;
+  }
+  // One reading of the tick for the whole pass: each timer moves its due tick
+  // past it when delivered, so no timer is delivered twice in one pass.
+  const std::uint32_t now = TickCount();
+  std::shared_ptr<Window> window;
+  std::uintptr_t id;
+  while (PopDueTimer(now, window, id)) {
+    window->procedure(window->handle, kMessageTimer, id, 0);
+    ++delivered;
+    if (stopAtQuit && quit_)
+      return delivered;
+  }
+  return delivered;
+}
+
+bool MessageQueue::PopPosted(Posted& out) {
+  std::lock_guard<std::mutex> lock(mutex_);
+  if (posted_.empty())
+    return false;
+  out = std::move(posted_.front());
+  posted_.pop_front();
+  return true;
+}
+
+bool MessageQueue::PopDueTimer(std::uint32_t now,
+                               std::shared_ptr<Window>& window,
+                               std::uintptr_t& id) {
+  std::lock_guard<std::mutex> lock(mutex_);
+  Timer* most_late = nullptr;
+  for (Timer& t : timers_) {
+    if (TicksUntil(t.due, now) <= 0 &&
+        (!most_late || TicksUntil(t.due, now) < TicksUntil(most_late->due, now))) {
+      most_late = &t;
+    }
+  }
+  if (!most_late)
+    return false;
+  // Keep the phase when on time; periods missed altogether fold into this one.
+  most_late->due += most_late->period;
+  if (TicksUntil(most_late->due, now) <= 0)
+    most_late->due = now + most_late->period;
+  window = most_late->window;
+  id = most_late->id;
+  return true;
+}
+
+bool MessageQueue::WaitForWork(std::uint32_t timeoutMs) {
+  using Clock = std::chrono::steady_clock;
+  const Clock::time_point start = Clock::now();
+  for (;;) {
+    {
+      std::lock_guard<std::mutex> lock(mutex_);
+      const std::uint32_t now = TickCount();
+      if (PendingLocked(now))
+        return true;
+      // Nothing to do: drop stale wake-ups so that poll does not spin on them.
+      ClearWakeLocked();
+      ResyncLocked(now);
+    }
+    int waitMs = -1;
+    if (timeoutMs != UINT32_MAX) {
+      const auto elapsed =
+          std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start).count();
+      if (elapsed >= timeoutMs)
+        return false;
+      waitMs = static_cast<int>(std::min<std::int64_t>(timeoutMs - elapsed, INT_MAX));
+    }
+    pollfd fds[2] = {{eventFd_, POLLIN, 0}, {timerFd_, POLLIN, 0}};
+    poll(fds, 2, waitMs);
+  }
+}
+
+bool MessageQueue::TakeQuit() {
+  const bool asked = quit_;
+  quit_ = false;
+  return asked;
+}
+
+int MessageQueue::PollFd() {
+  if (epollFd_ >= 0)
+    return epollFd_;
+  const int fd = epoll_create1(EPOLL_CLOEXEC);
+  if (fd < 0)
+    return -1;
+  epoll_event ev{};
+  ev.events = EPOLLIN;
+  ev.data.fd = eventFd_;
+  epoll_event tv{};
+  tv.events = EPOLLIN;
+  tv.data.fd = timerFd_;
+  if (epoll_ctl(fd, EPOLL_CTL_ADD, eventFd_, &ev) != 0 ||
+      epoll_ctl(fd, EPOLL_CTL_ADD, timerFd_, &tv) != 0) {
+    close(fd);
+    return -1;
+  }
+  epollFd_ = fd;
+  return epollFd_;
+}
+
+bool MessageQueue::PendingLocked(std::uint32_t now) const {
+  if (!posted_.empty())
+    return true;
+  return std::any_of(timers_.begin(), timers_.end(),
+                     [now](const Timer& t) { return TicksUntil(t.due, now) <= 0; });
+}
+
+void MessageQueue::SignalLocked() {
+  if (signalled_)
+    return;
+  const std::uint64_t one = 1;
+  // Cannot fail short of a counter overflow, which one pending write rules out.
+  [[maybe_unused]] const ssize_t written = write(eventFd_, &one, sizeof one);
+  signalled_ = true;
+}
+
+void MessageQueue::ClearWakeLocked() {
+  std::uint64_t count;
+  if (signalled_) {
+    [[maybe_unused]] const ssize_t got = read(eventFd_, &count, sizeof count);
+    signalled_ = false;
+  }
+  if (timerArmed_ && read(timerFd_, &count, sizeof count) == sizeof count)
+    timerArmed_ = false;
+}
+
+void MessageQueue::ResyncLocked(std::uint32_t now) {
+  if (PendingLocked(now))
+    SignalLocked();
+  const Timer* next = nullptr;
+  for (const Timer& t : timers_) {
+    if (TicksUntil(t.due, now) > 0 &&
+        (!next || TicksUntil(t.due, now) < TicksUntil(next->due, now)))
+      next = &t;
+  }
+  if (!next) {
+    if (timerArmed_)
+      DisarmTimerFdLocked();
+  } else if (!timerArmed_ || armedDue_ != next->due) {
+    ArmTimerFdLocked(next->due, now);
+  }
+}
+
+void MessageQueue::ArmTimerFdLocked(std::uint32_t due, std::uint32_t now) {
+  // The timerfd runs on the real clock while due ticks may be shifted; it only
+  // wakes the owner, who then judges on the tick, so early or late is harmless.
+  const std::uint32_t ms = due - now;
+  itimerspec spec{};
+  spec.it_value.tv_sec = ms / 1000;
+  spec.it_value.tv_nsec = static_cast<long>(ms % 1000) * 1000000L;
+  timerfd_settime(timerFd_, 0, &spec, nullptr);
+  timerArmed_ = true;
+  armedDue_ = due;
+}
+
+void MessageQueue::DisarmTimerFdLocked() {
+  const itimerspec spec{};
+  timerfd_settime(timerFd_, 0, &spec, nullptr);
+  timerArmed_ = false;
+}
+
+void MessageQueue::Shutdown() {
+  std::deque<Posted> posted;
+  std::vector<Timer> timers;
+  {
+    std::lock_guard<std::mutex> lock(mutex_);
+    posted.swap(posted_);
+    timers.swap(timers_);
+  }
+}
+
+}  // namespace base::platform

@@ -1,0 +1,153 @@
+#include "platform/message_window.h"
+
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <unordered_map>
+
+#include "platform/posix/message_queue_posix.h"
+
+namespace base::platform {
+namespace {
+
+// What kMessageCreate's lparam points to on this backend.
+struct WindowCreation {
+  void* parameter;
+};
+
+// Window classes and live windows of the process. Handles are numbers handed
+// out once, so a stale handle finds nothing instead of another window.
+struct Registry {
+  std::mutex mutex;
+  std::map<std::wstring, WindowProcedure> classes;
+  std::unordered_map<WindowHandle, std::shared_ptr<Window>> windows;
+  std::uintptr_t lastHandle = 0x1000;
+};
+
+// Never destroyed: windows are destroyed from exit handlers and thread exits
+// that may run after the library's static destructors.
+Registry& GetRegistry() {
+  static Registry* const registry = new Registry;
+  return *registry;
+}
+
+std::shared_ptr<Window> Find(WindowHandle handle) {
+  Registry& registry = GetRegistry();
+  std::lock_guard<std::mutex> lock(registry.mutex);
+  auto it = registry.windows.find(handle);
+  return it == registry.windows.end() ? nullptr : it->second;
+}
+
+std::shared_ptr<Window> Register(const wchar_t* className, MessageQueue& queue) {
+  Registry& registry = GetRegistry();
+  std::lock_guard<std::mutex> lock(registry.mutex);
+  auto cls = registry.classes.find(className);
+  if (cls == registry.classes.end())
+    return nullptr;
+  registry.lastHandle += 4;
+  const auto handle = reinterpret_cast<WindowHandle>(registry.lastHandle);
+  auto window = std::make_shared<Window>(handle, cls->second, queue.shared_from_this());
+  registry.windows.emplace(handle, window);
+  return window;
+}
+
+// Ends a destruction once kMessageDestroy has been handled, even if the
+// procedure threw: the window must not stay half destroyed.
+class FinishDestruction {
+ public:
+  explicit FinishDestruction(Window& window) : window_(window) {}
+  FinishDestruction(const FinishDestruction&) = delete;
+  FinishDestruction& operator=(const FinishDestruction&) = delete;
+  ~FinishDestruction() {
+    Registry& registry = GetRegistry();
+    {
+      std::lock_guard<std::mutex> lock(registry.mutex);
+      registry.windows.erase(window_.handle);
+    }
+    window_.queue->Close(window_);
+    window_.queue->RemoveWindow(window_.handle);
+  }
+
+ private:
+  Window& window_;
+};
+
+}  // namespace
+
+bool RegisterWindowClass(const wchar_t* className, WindowProcedure procedure) {
+  if (!className || !procedure)
+    return false;
+  Registry& registry = GetRegistry();
+  std::lock_guard<std::mutex> lock(registry.mutex);
+  return registry.classes.emplace(className, procedure).second;
+}
+
+WindowHandle CreateMessageWindow(const wchar_t* className,
+                                 const wchar_t* /*windowName: no window list here*/,
+                                 void* creationParameter) {
+  MessageQueue* queue = className ? MessageQueue::ForCurrentThread() : nullptr;
+  if (!queue)
+    return nullptr;
+  const std::shared_ptr<Window> window = Register(className, *queue);
+  if (!window)
+    return nullptr;
+  queue->AddWindow(window->handle);
+  WindowCreation creation{creationParameter};
+  const std::intptr_t result = window->procedure(window->handle, kMessageCreate, 0,
+                                                 reinterpret_cast<std::intptr_t>(&creation));
+  if (result == -1) {
+    DestroyMessageWindow(window->handle);
+    return nullptr;
+  }
+  // The procedure may have destroyed the window itself.
+  return Find(window->handle) ? window->handle : nullptr;
+}
+
+void* CreationParameter(std::intptr_t createLParam) {
+  return reinterpret_cast<const WindowCreation*>(createLParam)->parameter;
+}
+
+bool DestroyMessageWindow(WindowHandle handle) {
+  const std::shared_ptr<Window> window = Find(handle);
+  if (!window || window->queue.get() != MessageQueue::CurrentIfAny() || window->destroying)
+    return false;
+  window->destroying = true;
+  FinishDestruction finish(*window);
+  window->procedure(handle, kMessageDestroy, 0, 0);
+  return true;
+}
+
+std::intptr_t DefaultWindowProcedure(WindowHandle, std::uint32_t, std::uintptr_t, std::intptr_t) {
+  return 0;
+}
+
+std::intptr_t SetWindowWord0(WindowHandle handle, std::intptr_t value) {
+  const std::shared_ptr<Window> window = Find(handle);
+  return window ? window->word0.exchange(value) : 0;
+}
+
+std::intptr_t GetWindowWord0(WindowHandle handle) {
+  const std::shared_ptr<Window> window = Find(handle);
+  return window ? window->word0.load() : 0;
+}
+
+bool PostWindowMessage(WindowHandle handle,
+                       std::uint32_t message,
+                       std::uintptr_t wparam,
+                       std::intptr_t lparam) {
+  const std::shared_ptr<Window> window = Find(handle);
+  return window && window->queue->Post(window, message, wparam, lparam);
+}
+
+bool SetWindowTimer(WindowHandle handle, std::uintptr_t id, std::uint32_t periodMs) {
+  const std::shared_ptr<Window> window = Find(handle);
+  return window && window->queue->SetTimer(window, id, periodMs);
+}
+
+bool KillWindowTimer(WindowHandle handle, std::uintptr_t id) {
+  const std::shared_ptr<Window> window = Find(handle);
+  return window && window->queue->KillTimer(*window, id);
+}
+
+}  // namespace base::platform
