@@ -1,0 +1,1 @@
+base_add_bench(handle_bench handle_bench.cpp)

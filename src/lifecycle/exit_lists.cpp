@@ -1,0 +1,24 @@
+#include "lifecycle/exit_lists.h"
+
+namespace base {
+
+// Definition order is construction order; see exit_lists.h.
+ExitCallBackList ExitSaveDataCallBacks;
+ExitCallBackList ExitCallBacks;
+
+void ExitCallBackList::Set(ExitCallBackFunc callback, void* param) {
+  entries_.insert_or_assign(callback, param);
+}
+
+void ExitCallBackList::Erase(ExitCallBackFunc callback) {
+  entries_.erase(callback);
+}
+
+void ExitCallBackList::Fire() const {
+  // The copy lets a callback change the list while it is being walked.
+  const Map snapshot = entries_;
+  for (const auto& [callback, param] : snapshot)
+    callback(param);
+}
+
+}  // namespace base
