@@ -4,6 +4,8 @@
 //   clock.h                the wrapping millisecond tick
 //   exit_table.h           the module's exit table (atexit from inside the module)
 //   os_version.h           the OS major version
+//   protection_services.h  the data- and memory-protection service modules
+//   (base/platform.h)      LocalAlloc/LocalFree, the heap of protected results
 //
 // Each backend implements every header in its own folder: posix/<name>_posix.cpp,
 // win32/<name>_win.cpp. Test controls are declared in testing/<name>_testing.h
@@ -14,5 +16,6 @@
 #include "platform/clock.h"
 #include "platform/exit_table.h"
 #include "platform/os_version.h"
+#include "platform/protection_services.h"
 
 #endif  // BASE_PLATFORM_INTERNAL_H_
