@@ -26,7 +26,7 @@ class SecretBytes {
   ~SecretBytes() { SecureWipe(bytes_, N); }
 
   unsigned char* data() { return bytes_; }
-  static constexpr std::size_t size() { return N; }
+  constexpr std::size_t size() const { return N; }
 
  private:
   unsigned char bytes_[N] = {};

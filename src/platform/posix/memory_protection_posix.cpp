@@ -20,37 +20,34 @@
 namespace base::platform::posix {
 namespace {
 
-// The largest key plus IV of the two ciphers: AES-256 needs 32 + 16.
-constexpr std::size_t kMaxKeyAndIv = 48;
-
 struct MemoryCipher {
   const EVP_CIPHER* (*cipher)();
   const char* purpose;
-  DWORD unit;
+  DWORD unit;  // the cipher's block, which is also its IV
+  std::size_t key_size;
 };
 
 const MemoryCipher kCryptMemoryCipher = {EVP_aes_256_cbc, "memory block/1/aes-256-cbc",
-                                         kMemoryBlockUnit};
+                                         kMemoryBlockUnit, 32};
 const MemoryCipher kSystemMemoryCipher = {EVP_des_ede3_cbc, "memory block/1/des-ede3-cbc",
-                                          kLegacyMemoryBlockUnit};
+                                          kLegacyMemoryBlockUnit, 24};
 
-bool CipherInPlace(const MemoryCipher& spec, void* block, DWORD size, bool encipher) {
-  if ((block == nullptr && size != 0) || size % spec.unit != 0)
+// Room for the larger key and IV of the two.
+constexpr std::size_t kMaxKeyAndIv = 32 + kMemoryBlockUnit;
+
+bool CipherInPlace(const MemoryCipher& service, void* block, DWORD size, bool encipher) {
+  if ((block == nullptr && size != 0) || size % service.unit != 0)
     return false;
   if (size == 0)
     return true;
   ScopedOpensslErrors keep_error_queue;
-  const EVP_CIPHER* cipher = spec.cipher();
-  const int key_size = EVP_CIPHER_get_key_length(cipher);
-  const int iv_size = EVP_CIPHER_get_iv_length(cipher);
   SecretBytes<kMaxKeyAndIv> key_and_iv;
   CipherContext context;
   auto* bytes = static_cast<unsigned char*>(block);
-  return key_size + iv_size <= static_cast<int>(key_and_iv.size()) && context.get() != nullptr &&
-         DeriveBootKey(spec.purpose, key_and_iv.data(),
-                       static_cast<std::size_t>(key_size + iv_size)) &&
-         EVP_CipherInit_ex(context.get(), cipher, nullptr, key_and_iv.data(),
-                           key_and_iv.data() + key_size, encipher ? 1 : 0) == 1 &&
+  return context.get() != nullptr &&
+         DeriveBootKey(service.purpose, key_and_iv.data(), service.key_size + service.unit) &&
+         EVP_CipherInit_ex(context.get(), service.cipher(), nullptr, key_and_iv.data(),
+                           key_and_iv.data() + service.key_size, encipher ? 1 : 0) == 1 &&
          EVP_CIPHER_CTX_set_padding(context.get(), 0) == 1 &&
          CipherUpdate(context.get(), bytes, bytes, size);
 }
