@@ -6,10 +6,12 @@
 //   exit_table.h           the module's exit table (atexit from inside the module)
 //   message_window.h       hidden message windows, posted messages, window timers
 //   os_version.h           the OS major version
+//   protection_services.h  the data- and memory-protection service modules
 //   sync.h                 the critical section (counters are in base/platform.h)
 //   thread.h               the calling thread's id, sleep
 //   thread_pool.h          the elastic pool of work items, joined at unload
 //   wait.h                 events, waitable timers, waits for one or any of three
+//   (base/platform.h)      LocalAlloc/LocalFree, the heap of protected results
 //
 // Each backend implements every header in its own folder: posix/<name>_posix.cpp,
 // win32/<name>_win.cpp. Test controls are declared in testing/<name>_testing.h
@@ -22,6 +24,7 @@
 #include "platform/exit_table.h"
 #include "platform/message_window.h"
 #include "platform/os_version.h"
+#include "platform/protection_services.h"
 #include "platform/sync.h"
 #include "platform/thread.h"
 #include "platform/thread_pool.h"
