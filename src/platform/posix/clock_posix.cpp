@@ -12,6 +12,8 @@ namespace {
 
 // Added to the monotonic milliseconds; only tests change it.
 std::atomic<std::uint32_t> g_offset{0};
+// Set by tests that need a tick that stands still; g_offset is then the tick.
+std::atomic<bool> g_frozen{false};
 
 std::uint32_t MonotonicMilliseconds() {
   timespec now;
@@ -24,13 +26,22 @@ std::uint32_t MonotonicMilliseconds() {
 }  // namespace
 
 std::uint32_t TickCount() {
-  return MonotonicMilliseconds() + g_offset.load(std::memory_order_relaxed);
+  const std::uint32_t offset = g_offset.load(std::memory_order_relaxed);
+  if (g_frozen.load(std::memory_order_relaxed))
+    return offset;
+  return MonotonicMilliseconds() + offset;
 }
 
 namespace testing {
 
 void SetTickCount(std::uint32_t tick) {
+  g_frozen.store(false, std::memory_order_relaxed);
   g_offset.store(tick - MonotonicMilliseconds(), std::memory_order_relaxed);
+}
+
+void FreezeTickCount(std::uint32_t tick) {
+  g_offset.store(tick, std::memory_order_relaxed);
+  g_frozen.store(true, std::memory_order_relaxed);
 }
 
 void AdvanceTickCount(std::uint32_t milliseconds) {
@@ -38,6 +49,7 @@ void AdvanceTickCount(std::uint32_t milliseconds) {
 }
 
 void ResetTickCount() {
+  g_frozen.store(false, std::memory_order_relaxed);
   g_offset.store(0, std::memory_order_relaxed);
 }
 

@@ -1,0 +1,180 @@
+#include "timer/timer_mgr.h"
+
+#include <boost/thread/lock_guard.hpp>
+
+#include "platform/clock.h"
+
+namespace base {
+namespace {
+
+constexpr wchar_t kClassName[] = L"@#$^MTimer_Class@#$^";
+constexpr wchar_t kWindowName[] = L"Timer Helper Window";
+
+using Lock = boost::lock_guard<boost::mutex>;
+
+// Signed distance from `earlier` to `later` on the wrapping tick.
+std::int32_t TicksBetween(std::uint32_t earlier, std::uint32_t later) {
+  return static_cast<std::int32_t>(later - earlier);
+}
+
+// Any timer message, whatever its id, is a tick of the one manager.
+std::intptr_t TimerWindowProcedure(platform::WindowHandle window,
+                                   std::uint32_t message,
+                                   std::uintptr_t wparam,
+                                   std::intptr_t lparam) {
+  if (message != platform::kMessageTimer)
+    return platform::DefaultWindowProcedure(window, message, wparam, lparam);
+  if (TimerMgr* manager = TimerMgr::Instance())
+    manager->OnTick();
+  return 1;
+}
+
+}  // namespace
+
+TimerMgr::TimerMgr() {
+  // A second registration fails and leaves the first, which is the same.
+  platform::RegisterWindowClass(kClassName, &TimerWindowProcedure);
+  window = platform::CreateMessageWindow(kClassName, kWindowName, this);
+}
+
+TimerMgr::~TimerMgr() {
+  // Destroying the window ends its timer. Only the owner thread can; if the
+  // exit sequence runs elsewhere, at least no timer message must reach the
+  // manager once it is gone.
+  if (!platform::DestroyMessageWindow(window))
+    platform::KillWindowTimer(window, kTimerId);
+}
+
+void TimerMgr::SetCallback(std::int32_t milliseconds,
+                           const Method<void()>& method,
+                           std::uint32_t id) {
+  if (!method.IsValid()) {
+    KillCallback(id);
+    return;
+  }
+  if (id == 0 && method.NeedsId())
+    return;
+  // Negation in unsigned arithmetic: INT32_MIN gives a period of 2^31.
+  const bool repeat = milliseconds < 0;
+  const std::uint32_t magnitude = static_cast<std::uint32_t>(milliseconds);
+  const std::uint32_t period = repeat ? 0u - magnitude : magnitude;
+  TimeRecord record;
+  record.period = period;
+  record.id = id;
+  record.dueTick = platform::TickCount() + period;
+  record.repeat = repeat ? 1 : 0;
+  record.method = method;
+
+  const Lock lock(mutex);
+  const std::uint32_t sequence = nextSequence++;
+  TimeRecordQueue::Slot slot = ids.Find(id);
+  if (slot != TimerIdTable::kAbsent) {
+    // The new record takes the old one's place in the slab and its id entry;
+    // the old delegate goes here, under the lock.
+    records[slot] = record;
+    records.Reorder(slot, record.dueTick, sequence);
+  } else {
+    if (id != 0)
+      ids.Reserve(ids.Size() + 1);
+    slot = records.Insert(record, record.dueTick, sequence);
+    if (id != 0)
+      ids.Insert(id, slot);
+  }
+  NoteIfFrontLocked(slot);
+  if (running.load(std::memory_order_relaxed) == 0) {
+    platform::SetWindowTimer(window, kTimerId, kTimerPeriodMs);
+    running.store(1, std::memory_order_relaxed);
+  }
+}
+
+bool TimerMgr::KillCallback(std::uint32_t id) {
+  if (id == 0)
+    return false;
+  const Lock lock(mutex);
+  const std::uint32_t slot = ids.Find(id);
+  if (slot == TimerIdTable::kAbsent)
+    return false;
+  RemoveLocked(slot);
+  StopIfEmptyLocked();
+  return true;
+}
+
+void TimerMgr::OnTick() {
+  const std::uint32_t now = platform::TickCount();
+  // The idle test: no lock, one subtraction. A record due exactly now waits
+  // for the next tick.
+  if (TicksBetween(nextDueTick.load(std::memory_order_relaxed), now) <= 0)
+    return;
+  while (running.load(std::memory_order_relaxed) != 0) {
+    Method<void()> held;
+    {
+      const Lock lock(mutex);
+      if (!TakeDueLocked(now, held))
+        return;
+    }
+    // Nothing of the records is kept across the unlock but `held`: the
+    // delegate may set, kill, or pump messages into a nested dispatch. Its
+    // copy is dropped at the end of this pass, outside the lock.
+    held.Run();
+    if (platform::TickCount() - now >= kDispatchBudgetMs)
+      return;
+  }
+}
+
+bool TimerMgr::TakeDueLocked(std::uint32_t now, Method<void()>& held) {
+  TimeRecordQueue::Slot slot;
+  for (;;) {
+    if (records.Empty()) {
+      StopIfEmptyLocked();
+      return false;
+    }
+    slot = records.Front();
+    const TimeRecord& first = records[slot];
+    // Less than a period since dueTick - period: not due. That tick lies in
+    // the past for every record, so the test holds across the wrap, and a
+    // period of 0 is always due.
+    if (first.period - first.dueTick + now < first.period) {
+      nextDueTick.store(first.dueTick, std::memory_order_relaxed);
+      return false;
+    }
+    held = first.method;
+    if (held.IsValid())
+      break;
+    RemoveLocked(slot);
+  }
+  TimeRecord& taken = records[slot];
+  if (taken.repeat == 0) {
+    RemoveLocked(slot);
+    StopIfEmptyLocked();
+    return true;
+  }
+  // Keep the phase from the last due tick, not from now. Far behind, queue
+  // up behind everything already due instead of holding it up.
+  taken.dueTick += taken.period;
+  const bool farBehind = static_cast<std::int32_t>(now - taken.dueTick - kMaxLagMs) > 0;
+  const std::uint32_t sortTick = farBehind ? now + 1 : taken.dueTick;
+  records.Reorder(slot, sortTick, records.SequenceOf(slot));
+  NoteIfFrontLocked(slot);
+  return true;
+}
+
+void TimerMgr::RemoveLocked(TimeRecordQueue::Slot slot) {
+  const std::uint32_t id = records[slot].id;
+  if (id != 0)
+    ids.Erase(id);
+  records.Remove(slot);
+}
+
+void TimerMgr::NoteIfFrontLocked(TimeRecordQueue::Slot slot) {
+  if (records.Front() == slot)
+    nextDueTick.store(records[slot].dueTick, std::memory_order_relaxed);
+}
+
+void TimerMgr::StopIfEmptyLocked() {
+  if (records.Empty() && running.load(std::memory_order_relaxed) != 0) {
+    platform::KillWindowTimer(window, kTimerId);
+    running.store(0, std::memory_order_relaxed);
+  }
+}
+
+}  // namespace base
