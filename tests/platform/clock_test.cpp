@@ -26,5 +26,21 @@ TEST(ClockTest, ShiftedTickWrapsAndRunsOn) {
   EXPECT_LT(b - a, 1000u);  // monotonic: never a huge backward step
 }
 
+TEST(ClockTest, FrozenTickStandsStillUntilSetOrReset) {
+  testing::FreezeTickCount(0xFFFFFFFFu);
+  EXPECT_EQ(TickCount(), 0xFFFFFFFFu);
+  testing::AdvanceTickCount(2);
+  EXPECT_EQ(GetTickCount(), 1u);
+  EXPECT_EQ(TickCount(), 1u);
+
+  testing::SetTickCount(100);  // runs again from 100
+  EXPECT_LT(TickCount() - 100u, 1000u);
+  testing::FreezeTickCount(5);
+  testing::ResetTickCount();
+  const std::uint32_t a = TickCount();
+  EXPECT_LT(TickCount() - a, 1000u);
+  EXPECT_NE(a, 5u);
+}
+
 }  // namespace
 }  // namespace base::platform
