@@ -1,0 +1,1 @@
+base_add_bench(timer_bench timer_bench.cpp)
