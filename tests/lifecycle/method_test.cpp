@@ -48,7 +48,7 @@ TEST(MethodTest, TargetLivesExactlyAsLongAsItsCopies) {
 
 // The source of an assignment may be owned by the target being let go.
 struct Holder : MethodTarget {
-  explicit Holder(Method<void()> m) : inner(m) {}
+  explicit Holder(const Method<void()>& m) : inner(m) {}
   void Invoke() override {}
   Method<void()> inner;
 };
