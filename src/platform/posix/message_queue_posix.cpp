@@ -160,6 +160,9 @@ class MessageQueue::ResyncOnExit {
   ResyncOnExit(const ResyncOnExit&) = delete;
   ResyncOnExit& operator=(const ResyncOnExit&) = delete;
   ~ResyncOnExit() {
+    // Only the owner writes the descriptors, and this is the owner.
+    if (queue_.eventFd_ < 0)
+      return;
     std::lock_guard<std::mutex> lock(queue_.mutex_);
     queue_.ResyncFdsLocked(TickCount());
   }

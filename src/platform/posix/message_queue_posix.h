@@ -45,8 +45,8 @@ struct Window {
 // when the owner wakes up to look.
 class MessageQueue : public std::enable_shared_from_this<MessageQueue> {
  public:
-  // The calling thread's queue, made at first use. Null if its descriptors
-  // cannot be had, or once the thread has begun to exit.
+  // The calling thread's queue, made at first use. Null once the thread has
+  // begun to exit: a queue made then would never be torn down.
   static MessageQueue* ForCurrentThread();
   // The calling thread's queue if it has one; never makes one.
   static MessageQueue* CurrentIfAny();
