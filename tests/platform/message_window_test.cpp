@@ -8,6 +8,7 @@
 #include "base/message_loop.h"
 #include "message_test_support.h"
 #include "platform/testing/clock_testing.h"
+#include "platform/testing/message_window_testing.h"
 
 namespace base::platform {
 namespace {
@@ -75,6 +76,26 @@ TEST(MessageWindowTest, ClassesAndRefusedCreation) {
   const int destroysBefore = g_refusedDestroys;
   EXPECT_EQ(CreateMessageWindow(L"refusing", L"", nullptr), nullptr);
   EXPECT_EQ(g_refusedDestroys, destroysBefore + 1);
+}
+
+TEST(MessageWindowTest, TestControlsFailCreationsAndPosts) {
+  Recorder recorder;
+  testing::FailWindowCreations(1);
+  EXPECT_EQ(MakeRecordingWindow(recorder), nullptr);
+  EXPECT_TRUE(recorder.seen.empty());
+  const WindowHandle window = MakeRecordingWindow(recorder);
+  ASSERT_NE(window, nullptr);
+
+  testing::FailWindowPosts(2);
+  EXPECT_FALSE(PostWindowMessage(window, kPing, 1, 0));
+  EXPECT_FALSE(PostWindowMessage(window, kPing, 2, 0));
+  EXPECT_TRUE(PostWindowMessage(window, kPing, 3, 0));
+  testing::FailWindowPosts(5);
+  testing::FailWindowPosts(0);
+  EXPECT_TRUE(PostWindowMessage(window, kPing, 4, 0));
+  EXPECT_EQ(PumpMessages(0), 2u);
+  EXPECT_EQ(recorder.seen.back(), (Delivery{kPing, 4}));
+  EXPECT_TRUE(DestroyMessageWindow(window));
 }
 
 TEST(MessageWindowTest, OnlyTheOwnerThreadDestroys) {

@@ -1,5 +1,6 @@
 #include "platform/message_window.h"
 
+#include <atomic>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -7,9 +8,21 @@
 #include <unordered_map>
 
 #include "platform/posix/message_queue_posix.h"
+#include "platform/testing/message_window_testing.h"
 
 namespace base::platform {
 namespace {
+
+// Failures that tests have asked for; each call that fails takes one.
+std::atomic<unsigned> g_creationsToFail{0};
+std::atomic<unsigned> g_postsToFail{0};
+
+bool TakeFailure(std::atomic<unsigned>& toFail) {
+  unsigned left = toFail.load(std::memory_order_relaxed);
+  while (left != 0 && !toFail.compare_exchange_weak(left, left - 1, std::memory_order_relaxed)) {
+  }
+  return left != 0;
+}
 
 // What kMessageCreate's lparam points to on this backend.
 struct WindowCreation {
@@ -144,6 +157,8 @@ bool RegisterWindowClass(const wchar_t* className, WindowProcedure procedure) {
 WindowHandle CreateMessageWindow(const wchar_t* className,
                                  const wchar_t* /*windowName: no window list here*/,
                                  void* creationParameter) {
+  if (TakeFailure(g_creationsToFail))
+    return nullptr;
   MessageQueue* queue = className ? MessageQueue::ForCurrentThread() : nullptr;
   if (!queue)
     return nullptr;
@@ -194,6 +209,8 @@ bool PostWindowMessage(WindowHandle handle,
                        std::uint32_t message,
                        std::uintptr_t wparam,
                        std::intptr_t lparam) {
+  if (TakeFailure(g_postsToFail))
+    return false;
   const Found window = Find(handle);
   return window && window->queue->Post(*window, message, wparam, lparam);
 }
@@ -208,4 +225,15 @@ bool KillWindowTimer(WindowHandle handle, std::uintptr_t id) {
   return window && window->queue->KillTimer(*window, id);
 }
 
+namespace testing {
+
+void FailWindowCreations(unsigned count) {
+  g_creationsToFail.store(count, std::memory_order_relaxed);
+}
+
+void FailWindowPosts(unsigned count) {
+  g_postsToFail.store(count, std::memory_order_relaxed);
+}
+
+}  // namespace testing
 }  // namespace base::platform
