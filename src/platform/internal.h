@@ -3,6 +3,7 @@
 //
 //   clock.h                the wrapping millisecond tick
 //   exit_table.h           the module's exit table (atexit from inside the module)
+//   files.h                files and directories under UTF-8 paths
 //   os_version.h           the OS major version
 //
 // Each backend implements every header in its own folder: posix/<name>_posix.cpp,
@@ -13,6 +14,7 @@
 
 #include "platform/clock.h"
 #include "platform/exit_table.h"
+#include "platform/files.h"
 #include "platform/os_version.h"
 
 #endif  // BASE_PLATFORM_INTERNAL_H_
