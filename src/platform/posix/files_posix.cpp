@@ -159,7 +159,10 @@ struct OutputDirectory::State {
     std::size_t kept = 0;
     while (kept < count && kept < names.size() && names[kept] == parts[kept])
       ++kept;
-    Truncate(kept);
+    // Deeper directories of the last walk stay open while this one ends above
+    // them: checking a parent must not cost reopening its children.
+    if (kept < count)
+      Truncate(kept);
     for (std::size_t i = kept; i < count; ++i) {
       const int parent = i == 0 ? root_fd : fds.back();
       std::string name(parts[i]);
@@ -173,7 +176,7 @@ struct OutputDirectory::State {
       fds.push_back(fd);
       names.push_back(std::move(name));
     }
-    return count == 0 ? root_fd : fds.back();
+    return count == 0 ? root_fd : fds[count - 1];
   }
 };
 
