@@ -4,6 +4,7 @@
 //   clock.h                the wrapping millisecond tick
 //   codepage.h             code-page facts and single-character conversion
 //   exit_table.h           the module's exit table (atexit from inside the module)
+//   files.h                files and directories under UTF-8 paths
 //   message_window.h       hidden message windows, posted messages, window timers
 //   os_version.h           the OS major version
 //   protection_services.h  the data- and memory-protection service modules
@@ -22,6 +23,7 @@
 #include "platform/clock.h"
 #include "platform/codepage.h"
 #include "platform/exit_table.h"
+#include "platform/files.h"
 #include "platform/message_window.h"
 #include "platform/os_version.h"
 #include "platform/protection_services.h"

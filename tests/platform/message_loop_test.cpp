@@ -92,11 +92,17 @@ TEST(MessageLoopTest, PumpWaitsForTheFirstMessageOrTimeout) {
   EXPECT_LT(Clock::now() - start, std::chrono::seconds(5));
   EXPECT_EQ(recorder.seen.back(), (Delivery{kPing, 9}));
 
-  // So does a timer coming due on the real clock.
+  // So does a timer coming due on the real clock, even one set by another
+  // thread after the wait began.
   start = Clock::now();
-  platform::SetWindowTimer(window, 3, 20);
+  std::thread setter([=] {
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    platform::SetWindowTimer(window, 3, 20);
+  });
   EXPECT_EQ(PumpMessages(10000), 1u);
-  EXPECT_GE(Clock::now() - start, std::chrono::milliseconds(19));
+  setter.join();
+  EXPECT_GE(Clock::now() - start, std::chrono::milliseconds(20));
+  EXPECT_LT(Clock::now() - start, std::chrono::seconds(5));
   EXPECT_EQ(recorder.seen.back(), (Delivery{kMessageTimer, 3}));
   EXPECT_TRUE(platform::DestroyMessageWindow(window));
 }

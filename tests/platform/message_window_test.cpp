@@ -8,6 +8,7 @@
 #include "base/message_loop.h"
 #include "message_test_support.h"
 #include "platform/testing/clock_testing.h"
+#include "platform/testing/message_window_testing.h"
 
 namespace base::platform {
 namespace {
@@ -54,25 +55,47 @@ TEST(MessageWindowTest, LifecycleMessagesAndTheWindowWord) {
   EXPECT_TRUE(DestroyMessageWindow(second));
 }
 
+int g_refusedDestroys = 0;
+
 std::intptr_t RefusingProcedure(WindowHandle,
                                 std::uint32_t message,
                                 std::uintptr_t,
                                 std::intptr_t) {
-  static int destroys = 0;
   if (message == kMessageDestroy)
-    return ++destroys;
+    ++g_refusedDestroys;
   return message == kMessageCreate ? -1 : 0;
 }
 
 TEST(MessageWindowTest, ClassesAndRefusedCreation) {
   EXPECT_EQ(CreateMessageWindow(L"no such class", L"", nullptr), nullptr);
-  ASSERT_TRUE(RegisterWindowClass(L"refusing", RefusingProcedure));
+  RegisterWindowClass(L"refusing", RefusingProcedure);
   // The first registration stays in force.
   EXPECT_FALSE(RegisterWindowClass(L"refusing", test::RecordingProcedure));
   // A creation refused by the procedure fails, after the procedure has seen
   // its destruction.
+  const int destroysBefore = g_refusedDestroys;
   EXPECT_EQ(CreateMessageWindow(L"refusing", L"", nullptr), nullptr);
-  EXPECT_EQ(RefusingProcedure(nullptr, kMessageDestroy, 0, 0), 2);
+  EXPECT_EQ(g_refusedDestroys, destroysBefore + 1);
+}
+
+TEST(MessageWindowTest, TestControlsFailCreationsAndPosts) {
+  Recorder recorder;
+  testing::FailWindowCreations(1);
+  EXPECT_EQ(MakeRecordingWindow(recorder), nullptr);
+  EXPECT_TRUE(recorder.seen.empty());
+  const WindowHandle window = MakeRecordingWindow(recorder);
+  ASSERT_NE(window, nullptr);
+
+  testing::FailWindowPosts(2);
+  EXPECT_FALSE(PostWindowMessage(window, kPing, 1, 0));
+  EXPECT_FALSE(PostWindowMessage(window, kPing, 2, 0));
+  EXPECT_TRUE(PostWindowMessage(window, kPing, 3, 0));
+  testing::FailWindowPosts(5);
+  testing::FailWindowPosts(0);
+  EXPECT_TRUE(PostWindowMessage(window, kPing, 4, 0));
+  EXPECT_EQ(PumpMessages(0), 2u);
+  EXPECT_EQ(recorder.seen.back(), (Delivery{kPing, 4}));
+  EXPECT_TRUE(DestroyMessageWindow(window));
 }
 
 TEST(MessageWindowTest, OnlyTheOwnerThreadDestroys) {
@@ -90,16 +113,17 @@ TEST(MessageWindowTest, TimersComeDueOnTheShiftedTick) {
   recorder.seen.clear();
   testing::SetTickCount(0xFFFFFFF0u);  // the timer is due across the wrap
 
-  ASSERT_TRUE(SetWindowTimer(window, 7, 50));
+  // Real time runs on under the shift: the "not yet" steps keep a margin.
+  ASSERT_TRUE(SetWindowTimer(window, 7, 1000));
   EXPECT_EQ(PumpMessages(0), 0u);
-  testing::AdvanceTickCount(45);
+  testing::AdvanceTickCount(900);
   EXPECT_EQ(PumpMessages(0), 0u);
-  testing::AdvanceTickCount(10);
+  testing::AdvanceTickCount(100);
   EXPECT_EQ(PumpMessages(0), 1u);
   EXPECT_EQ(recorder.seen.back(), (Delivery{kMessageTimer, 7}));
 
   // Many missed periods give one message, not a burst.
-  testing::AdvanceTickCount(1000);
+  testing::AdvanceTickCount(10000);
   EXPECT_EQ(PumpMessages(0), 1u);
   EXPECT_EQ(PumpMessages(0), 0u);
 
@@ -112,9 +136,9 @@ TEST(MessageWindowTest, TimersComeDueOnTheShiftedTick) {
 
   // Periods below the minimum are raised to it.
   ASSERT_TRUE(SetWindowTimer(window, 8, 0));
-  testing::AdvanceTickCount(kMinimumTimerPeriod - 1);
+  testing::AdvanceTickCount(kMinimumTimerPeriod / 2);
   EXPECT_EQ(PumpMessages(0), 0u);
-  testing::AdvanceTickCount(1);
+  testing::AdvanceTickCount(kMinimumTimerPeriod / 2);
   EXPECT_EQ(PumpMessages(0), 1u);
   EXPECT_EQ(recorder.seen.back(), (Delivery{kMessageTimer, 8}));
 
@@ -131,8 +155,8 @@ TEST(MessageWindowTest, TimersWaitForPostedMessagesButAreNotStarved) {
   Recorder recorder;
   const WindowHandle window = MakeRecordingWindow(recorder);
   recorder.seen.clear();
-  ASSERT_TRUE(SetWindowTimer(window, 1, 10));
-  testing::AdvanceTickCount(10);
+  ASSERT_TRUE(SetWindowTimer(window, 1, 1000));
+  testing::AdvanceTickCount(1000);
   PostWindowMessage(window, kPing, 1, 0);
   PostWindowMessage(window, kPing, 2, 0);
   // A procedure that posts again at every message: a stream that never dries.

@@ -13,8 +13,10 @@ void RunMessageLoop() {
   if (!queue)
     return;
   while (!queue->TakeQuit()) {
-    if (queue->DispatchPending(/*stopAtQuit=*/true) == 0)
-      queue->WaitForWork(UINT32_MAX);
+    queue->DispatchPending(/*stopAtQuit=*/true);
+    if (queue->TakeQuit())
+      return;
+    queue->WaitForWork(UINT32_MAX);
   }
 }
 

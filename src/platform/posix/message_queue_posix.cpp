@@ -9,9 +9,13 @@
 //
 // Nothing is held across a delivery, so a procedure may pump (a nested pass
 // simply takes what is there), destroy its window or kill its own timer.
+//
+// The owner sleeps on a condition variable rather than on a descriptor: a
+// post then costs what a plain mutex and condition-variable hand-off costs.
+// Descriptors are made only for a host that asks for one, and are kept in
+// step at the end of every pass.
 #include "platform/posix/message_queue_posix.h"
 
-#include <poll.h>
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
 #include <sys/timerfd.h>
@@ -64,15 +68,7 @@ thread_local QueueHolder t_holder;
 MessageQueue* MessageQueue::ForCurrentThread() {
   if (t_current || t_exiting)
     return t_current;
-  const int eventFd = eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC);
-  if (eventFd < 0)
-    return nullptr;
-  const int timerFd = timerfd_create(CLOCK_MONOTONIC, TFD_NONBLOCK | TFD_CLOEXEC);
-  if (timerFd < 0) {
-    close(eventFd);
-    return nullptr;
-  }
-  t_holder.queue = std::make_shared<MessageQueue>(eventFd, timerFd);
+  t_holder.queue = std::make_shared<MessageQueue>();
   t_current = t_holder.queue.get();
   return t_current;
 }
@@ -81,49 +77,55 @@ MessageQueue* MessageQueue::CurrentIfAny() {
   return t_current;
 }
 
-MessageQueue::MessageQueue(int eventFd, int timerFd) : eventFd_(eventFd), timerFd_(timerFd) {}
-
 MessageQueue::~MessageQueue() {
-  if (epollFd_ >= 0)
-    close(epollFd_);
-  close(timerFd_);
-  close(eventFd_);
+  CloseFds();
 }
 
-bool MessageQueue::Post(const std::shared_ptr<Window>& window,
+bool MessageQueue::Post(Window& window,
                         std::uint32_t message,
                         std::uintptr_t wparam,
                         std::intptr_t lparam) {
-  std::lock_guard<std::mutex> lock(mutex_);
-  if (window->closed)
-    return false;
-  posted_.push_back(Posted{window, message, wparam, lparam});
-  SignalLocked();
+  bool wake;
+  {
+    std::lock_guard<std::mutex> lock(mutex_);
+    if (window.closed.load(std::memory_order_relaxed))
+      return false;
+    posted_.push_back(Posted{&window, message, wparam, lparam});
+    SignalFdLocked();
+    wake = ownerWaiting_;
+  }
+  if (wake)
+    wake_.notify_one();
   return true;
 }
 
-bool MessageQueue::SetTimer(const std::shared_ptr<Window>& window,
-                            std::uintptr_t id,
-                            std::uint32_t periodMs) {
+bool MessageQueue::SetTimer(Window& window, std::uintptr_t id, std::uint32_t periodMs) {
   const std::uint32_t period = std::max(periodMs, kMinimumTimerPeriod);
-  std::lock_guard<std::mutex> lock(mutex_);
-  if (window->closed)
-    return false;
-  const std::uint32_t now = TickCount();
-  auto it = std::find_if(timers_.begin(), timers_.end(),
-                         [&](const Timer& t) { return t.window == window && t.id == id; });
-  if (it == timers_.end())
-    timers_.push_back(Timer{window, id, period, now + period});
-  else
-    *it = Timer{window, id, period, now + period};
-  ResyncLocked(now);
+  bool wake;
+  {
+    std::lock_guard<std::mutex> lock(mutex_);
+    if (window.closed.load(std::memory_order_relaxed))
+      return false;
+    const std::uint32_t now = TickCount();
+    auto it = std::find_if(timers_.begin(), timers_.end(),
+                           [&](const Timer& t) { return t.window == &window && t.id == id; });
+    if (it == timers_.end())
+      timers_.push_back(Timer{&window, id, period, now + period});
+    else
+      *it = Timer{&window, id, period, now + period};
+    ResyncFdsLocked(now);
+    wake = ownerWaiting_;
+  }
+  // A waiting owner may be sleeping past the new due time.
+  if (wake)
+    wake_.notify_one();
   return true;
 }
 
 bool MessageQueue::KillTimer(const Window& window, std::uintptr_t id) {
   std::lock_guard<std::mutex> lock(mutex_);
   auto it = std::find_if(timers_.begin(), timers_.end(),
-                         [&](const Timer& t) { return t.window.get() == &window && t.id == id; });
+                         [&](const Timer& t) { return t.window == &window && t.id == id; });
   if (it == timers_.end())
     return false;
   // A stale wake-up that this leaves armed finds nothing and costs one pass.
@@ -133,12 +135,12 @@ bool MessageQueue::KillTimer(const Window& window, std::uintptr_t id) {
 
 void MessageQueue::Close(Window& window) {
   std::lock_guard<std::mutex> lock(mutex_);
-  window.closed = true;
+  window.closed.store(true, std::memory_order_release);
   posted_.erase(std::remove_if(posted_.begin(), posted_.end(),
-                               [&](const Posted& p) { return p.window.get() == &window; }),
+                               [&](const Posted& p) { return p.window == &window; }),
                 posted_.end());
   timers_.erase(std::remove_if(timers_.begin(), timers_.end(),
-                               [&](const Timer& t) { return t.window.get() == &window; }),
+                               [&](const Timer& t) { return t.window == &window; }),
                 timers_.end());
 }
 
@@ -158,8 +160,11 @@ class MessageQueue::ResyncOnExit {
   ResyncOnExit(const ResyncOnExit&) = delete;
   ResyncOnExit& operator=(const ResyncOnExit&) = delete;
   ~ResyncOnExit() {
+    // Only the owner writes the descriptors, and this is the owner.
+    if (queue_.eventFd_ < 0)
+      return;
     std::lock_guard<std::mutex> lock(queue_.mutex_);
-    queue_.ResyncLocked(TickCount());
+    queue_.ResyncFdsLocked(TickCount());
   }
 
  private:
@@ -170,14 +175,13 @@ unsigned MessageQueue::DispatchPending(bool stopAtQuit) {
   std::size_t batch;
   {
     std::lock_guard<std::mutex> lock(mutex_);
-    ClearWakeLocked();
     batch = posted_.size();
   }
   ResyncOnExit resync(*this);
   unsigned delivered = 0;
   // A nested pass may have taken some of this batch; PopPosted then runs dry
   // or hands over younger messages, and the count still bounds the pass.
-  for (Posted m; batch > 0 && PopPosted(m); --batch) {
+  for (Posted m{}; batch > 0 && PopPosted(m); --batch) {
     m.window->procedure(m.window->handle, m.message, m.wparam, m.lparam);
     ++delivered;
     if (stopAtQuit && quit_)
@@ -186,8 +190,8 @@ unsigned MessageQueue::DispatchPending(bool stopAtQuit) {
   // One reading of the tick for the whole pass: each timer moves its due tick
   // past it when delivered, so no timer is delivered twice in one pass.
   const std::uint32_t now = TickCount();
-  std::shared_ptr<Window> window;
-  std::uintptr_t id;
+  Window* window = nullptr;
+  std::uintptr_t id = 0;
   while (PopDueTimer(now, window, id)) {
     window->procedure(window->handle, kMessageTimer, id, 0);
     ++delivered;
@@ -206,9 +210,7 @@ bool MessageQueue::PopPosted(Posted& out) {
   return true;
 }
 
-bool MessageQueue::PopDueTimer(std::uint32_t now,
-                               std::shared_ptr<Window>& window,
-                               std::uintptr_t& id) {
+bool MessageQueue::PopDueTimer(std::uint32_t now, Window*& window, std::uintptr_t& id) {
   std::lock_guard<std::mutex> lock(mutex_);
   Timer* most_late = nullptr;
   for (Timer& t : timers_) {
@@ -230,27 +232,28 @@ bool MessageQueue::PopDueTimer(std::uint32_t now,
 
 bool MessageQueue::WaitForWork(std::uint32_t timeoutMs) {
   using Clock = std::chrono::steady_clock;
-  const Clock::time_point start = Clock::now();
+  const bool limited = timeoutMs != UINT32_MAX;
+  const Clock::time_point deadline = Clock::now() + std::chrono::milliseconds(timeoutMs);
+  std::unique_lock<std::mutex> lock(mutex_);
   for (;;) {
-    {
-      std::lock_guard<std::mutex> lock(mutex_);
-      const std::uint32_t now = TickCount();
-      if (PendingLocked(now))
-        return true;
-      // Nothing to do: drop stale wake-ups so that poll does not spin on them.
-      ClearWakeLocked();
-      ResyncLocked(now);
+    const std::uint32_t now = TickCount();
+    if (PendingLocked(now))
+      return true;
+    if (limited && Clock::now() >= deadline)
+      return false;
+    const Timer* next = NextTimerLocked(now);
+    ownerWaiting_ = true;
+    if (!next && !limited) {
+      wake_.wait(lock);
+    } else {
+      // A timer due in n ticks is due once n real milliseconds have passed.
+      Clock::time_point until = limited ? deadline : Clock::time_point::max();
+      if (next)
+        until =
+            std::min(until, Clock::now() + std::chrono::milliseconds(TicksUntil(next->due, now)));
+      wake_.wait_until(lock, until);
     }
-    int waitMs = -1;
-    if (timeoutMs != UINT32_MAX) {
-      const auto elapsed =
-          std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start).count();
-      if (elapsed >= timeoutMs)
-        return false;
-      waitMs = static_cast<int>(std::min<std::int64_t>(timeoutMs - elapsed, INT_MAX));
-    }
-    pollfd fds[2] = {{eventFd_, POLLIN, 0}, {timerFd_, POLLIN, 0}};
-    poll(fds, 2, waitMs);
+    ownerWaiting_ = false;
   }
 }
 
@@ -263,21 +266,22 @@ bool MessageQueue::TakeQuit() {
 int MessageQueue::PollFd() {
   if (epollFd_ >= 0)
     return epollFd_;
-  const int fd = epoll_create1(EPOLL_CLOEXEC);
-  if (fd < 0)
-    return -1;
+  const int eventFd = eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC);
+  const int timerFd = timerfd_create(CLOCK_MONOTONIC, TFD_NONBLOCK | TFD_CLOEXEC);
+  const int epollFd = epoll_create1(EPOLL_CLOEXEC);
+  std::lock_guard<std::mutex> lock(mutex_);
+  eventFd_ = eventFd;
+  timerFd_ = timerFd;
+  epollFd_ = epollFd;
   epoll_event ev{};
   ev.events = EPOLLIN;
-  ev.data.fd = eventFd_;
-  epoll_event tv{};
-  tv.events = EPOLLIN;
-  tv.data.fd = timerFd_;
-  if (epoll_ctl(fd, EPOLL_CTL_ADD, eventFd_, &ev) != 0 ||
-      epoll_ctl(fd, EPOLL_CTL_ADD, timerFd_, &tv) != 0) {
-    close(fd);
+  if (eventFd < 0 || timerFd < 0 || epollFd < 0 ||
+      epoll_ctl(epollFd, EPOLL_CTL_ADD, eventFd, &ev) != 0 ||
+      epoll_ctl(epollFd, EPOLL_CTL_ADD, timerFd, &ev) != 0) {
+    CloseFds();
     return -1;
   }
-  epollFd_ = fd;
+  ResyncFdsLocked(TickCount());
   return epollFd_;
 }
 
@@ -288,40 +292,45 @@ bool MessageQueue::PendingLocked(std::uint32_t now) const {
                      [now](const Timer& t) { return TicksUntil(t.due, now) <= 0; });
 }
 
-void MessageQueue::SignalLocked() {
-  if (signalled_)
+const MessageQueue::Timer* MessageQueue::NextTimerLocked(std::uint32_t now) const {
+  const Timer* next = nullptr;
+  for (const Timer& t : timers_) {
+    if (!next || TicksUntil(t.due, now) < TicksUntil(next->due, now))
+      next = &t;
+  }
+  return next;
+}
+
+void MessageQueue::ResyncFdsLocked(std::uint32_t now) {
+  if (eventFd_ < 0)
+    return;
+  std::uint64_t count;
+  if (timerArmed_ && read(timerFd_, &count, sizeof count) == sizeof count)
+    timerArmed_ = false;  // expired; it is armed again below if still needed
+  if (PendingLocked(now)) {
+    SignalFdLocked();
+  } else if (signalled_) {
+    [[maybe_unused]] const ssize_t got = read(eventFd_, &count, sizeof count);
+    signalled_ = false;
+  }
+  // A timer already due keeps the eventfd signalled; the timerfd is for the
+  // first one still ahead, and the pass that delivers the due one re-arms it.
+  const Timer* next = NextTimerLocked(now);
+  if (!next) {
+    if (timerArmed_)
+      DisarmTimerFdLocked();
+  } else if (TicksUntil(next->due, now) > 0 && (!timerArmed_ || armedDue_ != next->due)) {
+    ArmTimerFdLocked(next->due, now);
+  }
+}
+
+void MessageQueue::SignalFdLocked() {
+  if (eventFd_ < 0 || signalled_)
     return;
   const std::uint64_t one = 1;
   // Cannot fail short of a counter overflow, which one pending write rules out.
   [[maybe_unused]] const ssize_t written = write(eventFd_, &one, sizeof one);
   signalled_ = true;
-}
-
-void MessageQueue::ClearWakeLocked() {
-  std::uint64_t count;
-  if (signalled_) {
-    [[maybe_unused]] const ssize_t got = read(eventFd_, &count, sizeof count);
-    signalled_ = false;
-  }
-  if (timerArmed_ && read(timerFd_, &count, sizeof count) == sizeof count)
-    timerArmed_ = false;
-}
-
-void MessageQueue::ResyncLocked(std::uint32_t now) {
-  if (PendingLocked(now))
-    SignalLocked();
-  const Timer* next = nullptr;
-  for (const Timer& t : timers_) {
-    if (TicksUntil(t.due, now) > 0 &&
-        (!next || TicksUntil(t.due, now) < TicksUntil(next->due, now)))
-      next = &t;
-  }
-  if (!next) {
-    if (timerArmed_)
-      DisarmTimerFdLocked();
-  } else if (!timerArmed_ || armedDue_ != next->due) {
-    ArmTimerFdLocked(next->due, now);
-  }
 }
 
 void MessageQueue::ArmTimerFdLocked(std::uint32_t due, std::uint32_t now) {
@@ -342,14 +351,23 @@ void MessageQueue::DisarmTimerFdLocked() {
   timerArmed_ = false;
 }
 
-void MessageQueue::Shutdown() {
-  std::deque<Posted> posted;
-  std::vector<Timer> timers;
-  {
-    std::lock_guard<std::mutex> lock(mutex_);
-    posted.swap(posted_);
-    timers.swap(timers_);
+void MessageQueue::CloseFds() {
+  for (int* fd : {&epollFd_, &timerFd_, &eventFd_}) {
+    if (*fd >= 0)
+      close(*fd);
+    *fd = -1;
   }
+  signalled_ = false;
+  timerArmed_ = false;
+}
+
+void MessageQueue::Shutdown() {
+  // Other threads' lookups may keep this object alive for a while; they find
+  // its windows closed. Only the descriptors and what is queued go now.
+  std::lock_guard<std::mutex> lock(mutex_);
+  posted_.clear();
+  timers_.clear();
+  CloseFds();
 }
 
 }  // namespace base::platform

@@ -4,6 +4,7 @@
 #define BASE_PLATFORM_POSIX_MESSAGE_QUEUE_POSIX_H_
 
 #include <atomic>
+#include <condition_variable>
 #include <cstdint>
 #include <deque>
 #include <memory>
@@ -26,37 +27,40 @@ struct Window {
   std::atomic<std::intptr_t> word0{0};
   // Owner thread only: a destruction has begun (kMessageDestroy is running).
   bool destroying = false;
-  // Guarded by the queue's mutex: set once the window is gone; from then on
-  // posts and timers are refused and nothing more is delivered to it.
-  bool closed = false;
+  // Set under the queue's mutex once the window is gone; from then on posts
+  // and timers are refused and nothing more is delivered to it. Readable
+  // without the mutex by lookups that must not hand out a gone window.
+  std::atomic<bool> closed{false};
 };
 
 // One per thread that owns windows or pumps. Posting and timers may come from
 // any thread; dispatching and waiting belong to the owner thread.
 //
-// Wake-up: an eventfd is signalled when a message is queued, and a timerfd is
-// armed for the earliest timer. The owner waits on both; hosts get an epoll
-// descriptor over both. Timer due times are ticks, so a shifted tick is seen
-// at the next check even though the timerfd runs on the real clock.
+// Wake-up: the owner waits on a condition variable, with the time to the
+// earliest timer as its limit; posters and timer setters notify it only while
+// it waits. Descriptors exist only once a host asks for one (PollFd): then an
+// eventfd is kept signalled while work is pending and a timerfd is armed for
+// the earliest timer, both under one epoll descriptor. Due times are ticks,
+// so a shifted tick is seen at the next check; the real clock only decides
+// when the owner wakes up to look.
 class MessageQueue : public std::enable_shared_from_this<MessageQueue> {
  public:
-  // The calling thread's queue, made at first use. Null if its descriptors
-  // cannot be had, or once the thread has begun to exit.
+  // The calling thread's queue, made at first use. Null once the thread has
+  // begun to exit: a queue made then would never be torn down.
   static MessageQueue* ForCurrentThread();
   // The calling thread's queue if it has one; never makes one.
   static MessageQueue* CurrentIfAny();
 
-  MessageQueue(int eventFd, int timerFd);
+  MessageQueue() = default;
   MessageQueue(const MessageQueue&) = delete;
   MessageQueue& operator=(const MessageQueue&) = delete;
   ~MessageQueue();
 
-  // Any thread. False once the window is closed.
-  bool Post(const std::shared_ptr<Window>& window,
-            std::uint32_t message,
-            std::uintptr_t wparam,
-            std::intptr_t lparam);
-  bool SetTimer(const std::shared_ptr<Window>& window, std::uintptr_t id, std::uint32_t periodMs);
+  // Any thread, with `window` one of this queue's. False once the window is
+  // closed. The queue keeps plain pointers to its windows: Close removes
+  // every one of them before a window can be freed.
+  bool Post(Window& window, std::uint32_t message, std::uintptr_t wparam, std::intptr_t lparam);
+  bool SetTimer(Window& window, std::uintptr_t id, std::uint32_t periodMs);
   bool KillTimer(const Window& window, std::uintptr_t id);
 
   // Owner thread. Marks the window closed and drops its messages and timers.
@@ -74,18 +78,19 @@ class MessageQueue : public std::enable_shared_from_this<MessageQueue> {
   void RequestQuit() { quit_ = true; }
   // Clears a quit request and returns whether there was one.
   bool TakeQuit();
-  // Owner thread. The descriptor for hosts' loops, or -1 if none can be had.
+  // Owner thread. The descriptor for hosts' loops, made at the first call;
+  // -1 if the system gives none.
   int PollFd();
 
  private:
   struct Posted {
-    std::shared_ptr<Window> window;
+    Window* window;
     std::uint32_t message;
     std::uintptr_t wparam;
     std::intptr_t lparam;
   };
   struct Timer {
-    std::shared_ptr<Window> window;
+    Window* window;
     std::uintptr_t id;
     std::uint32_t period;
     std::uint32_t due;
@@ -93,25 +98,30 @@ class MessageQueue : public std::enable_shared_from_this<MessageQueue> {
   class ResyncOnExit;
 
   bool PopPosted(Posted& out);
-  bool PopDueTimer(std::uint32_t now, std::shared_ptr<Window>& window, std::uintptr_t& id);
+  bool PopDueTimer(std::uint32_t now, Window*& window, std::uintptr_t& id);
   // All *Locked members run with mutex_ held.
   bool PendingLocked(std::uint32_t now) const;
-  void SignalLocked();
-  void ClearWakeLocked();
-  // Makes the descriptors tell the truth: signalled if work is pending, the
-  // timerfd armed for the earliest timer that is not yet due.
-  void ResyncLocked(std::uint32_t now);
+  // The timer due first, or null.
+  const Timer* NextTimerLocked(std::uint32_t now) const;
+  // Makes the descriptors, if any, tell the truth: the eventfd signalled
+  // exactly while work is pending, the timerfd armed for the first timer that
+  // is not due yet.
+  void ResyncFdsLocked(std::uint32_t now);
+  void SignalFdLocked();
   void ArmTimerFdLocked(std::uint32_t due, std::uint32_t now);
   void DisarmTimerFdLocked();
+  void CloseFds();
   void Shutdown();
 
-  const int eventFd_;
-  const int timerFd_;
-  int epollFd_ = -1;  // owner thread; made by PollFd
-
   std::mutex mutex_;
+  std::condition_variable wake_;
   std::deque<Posted> posted_;
   std::vector<Timer> timers_;
+  bool ownerWaiting_ = false;
+  // Descriptors, -1 until PollFd; written under mutex_.
+  int eventFd_ = -1;
+  int timerFd_ = -1;
+  int epollFd_ = -1;
   bool signalled_ = false;
   bool timerArmed_ = false;
   std::uint32_t armedDue_ = 0;

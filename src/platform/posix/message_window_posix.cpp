@@ -1,5 +1,6 @@
 #include "platform/message_window.h"
 
+#include <atomic>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -7,9 +8,21 @@
 #include <unordered_map>
 
 #include "platform/posix/message_queue_posix.h"
+#include "platform/testing/message_window_testing.h"
 
 namespace base::platform {
 namespace {
+
+// Failures that tests have asked for; each call that fails takes one.
+std::atomic<unsigned> g_creationsToFail{0};
+std::atomic<unsigned> g_postsToFail{0};
+
+bool TakeFailure(std::atomic<unsigned>& toFail) {
+  unsigned left = toFail.load(std::memory_order_relaxed);
+  while (left != 0 && !toFail.compare_exchange_weak(left, left - 1, std::memory_order_relaxed)) {
+  }
+  return left != 0;
+}
 
 // What kMessageCreate's lparam points to on this backend.
 struct WindowCreation {
@@ -32,11 +45,69 @@ Registry& GetRegistry() {
   return *registry;
 }
 
-std::shared_ptr<Window> Find(WindowHandle handle) {
+std::shared_ptr<Window> FindRegistered(WindowHandle handle) {
   Registry& registry = GetRegistry();
   std::lock_guard<std::mutex> lock(registry.mutex);
   auto it = registry.windows.find(handle);
   return it == registry.windows.end() ? nullptr : it->second;
+}
+
+// The windows a thread looked up last. Posters and procedures reach the same
+// few windows again and again, and the registry's lock is shared by every
+// thread of the process: this keeps that lock, and any shared count, off the
+// path of a post. An entry keeps its window's memory (not the window) alive
+// until it is replaced or the thread ends; a closed window is looked up anew
+// in the registry, where it is no longer found.
+struct RecentWindows {
+  static constexpr unsigned kSize = 4;
+  ~RecentWindows();
+  WindowHandle handles[kSize] = {};
+  std::shared_ptr<Window> windows[kSize];
+  unsigned next = 0;
+};
+thread_local RecentWindows t_recent;
+// The trap: at thread exit the memo may be destroyed before the thread's
+// queue, whose teardown still runs procedures that look windows up.
+thread_local bool t_recentGone = false;
+
+RecentWindows::~RecentWindows() {
+  t_recentGone = true;
+}
+
+// A looked-up window. Valid until the calling thread's next lookup: use it at
+// once, never across a procedure call.
+class Found {
+ public:
+  Found() = default;
+  explicit Found(Window* window) : window_(window) {}
+  explicit Found(std::shared_ptr<Window> keep) : window_(keep.get()), keep_(std::move(keep)) {}
+  explicit operator bool() const { return window_ != nullptr; }
+  Window* operator->() const { return window_; }
+  Window& operator*() const { return *window_; }
+
+ private:
+  Window* window_ = nullptr;
+  std::shared_ptr<Window> keep_;  // only when the memo is gone
+};
+
+Found Find(WindowHandle handle) {
+  if (t_recentGone)
+    return Found(FindRegistered(handle));
+  RecentWindows& recent = t_recent;
+  for (unsigned i = 0; i < RecentWindows::kSize; ++i) {
+    if (recent.handles[i] == handle) {
+      if (!recent.windows[i]->closed.load(std::memory_order_acquire))
+        return Found(recent.windows[i].get());
+      break;
+    }
+  }
+  std::shared_ptr<Window> window = FindRegistered(handle);
+  if (!window)
+    return Found();
+  const unsigned slot = recent.next++ % RecentWindows::kSize;
+  recent.handles[slot] = handle;
+  recent.windows[slot] = std::move(window);
+  return Found(recent.windows[slot].get());
 }
 
 std::shared_ptr<Window> Register(const wchar_t* className, MessageQueue& queue) {
@@ -86,6 +157,8 @@ bool RegisterWindowClass(const wchar_t* className, WindowProcedure procedure) {
 WindowHandle CreateMessageWindow(const wchar_t* className,
                                  const wchar_t* /*windowName: no window list here*/,
                                  void* creationParameter) {
+  if (TakeFailure(g_creationsToFail))
+    return nullptr;
   MessageQueue* queue = className ? MessageQueue::ForCurrentThread() : nullptr;
   if (!queue)
     return nullptr;
@@ -101,7 +174,7 @@ WindowHandle CreateMessageWindow(const wchar_t* className,
     return nullptr;
   }
   // The procedure may have destroyed the window itself.
-  return Find(window->handle) ? window->handle : nullptr;
+  return FindRegistered(window->handle) ? window->handle : nullptr;
 }
 
 void* CreationParameter(std::intptr_t createLParam) {
@@ -109,7 +182,7 @@ void* CreationParameter(std::intptr_t createLParam) {
 }
 
 bool DestroyMessageWindow(WindowHandle handle) {
-  const std::shared_ptr<Window> window = Find(handle);
+  const std::shared_ptr<Window> window = FindRegistered(handle);
   if (!window || window->queue.get() != MessageQueue::CurrentIfAny() || window->destroying)
     return false;
   window->destroying = true;
@@ -123,12 +196,12 @@ std::intptr_t DefaultWindowProcedure(WindowHandle, std::uint32_t, std::uintptr_t
 }
 
 std::intptr_t SetWindowWord0(WindowHandle handle, std::intptr_t value) {
-  const std::shared_ptr<Window> window = Find(handle);
+  const Found window = Find(handle);
   return window ? window->word0.exchange(value) : 0;
 }
 
 std::intptr_t GetWindowWord0(WindowHandle handle) {
-  const std::shared_ptr<Window> window = Find(handle);
+  const Found window = Find(handle);
   return window ? window->word0.load() : 0;
 }
 
@@ -136,18 +209,31 @@ bool PostWindowMessage(WindowHandle handle,
                        std::uint32_t message,
                        std::uintptr_t wparam,
                        std::intptr_t lparam) {
-  const std::shared_ptr<Window> window = Find(handle);
-  return window && window->queue->Post(window, message, wparam, lparam);
+  if (TakeFailure(g_postsToFail))
+    return false;
+  const Found window = Find(handle);
+  return window && window->queue->Post(*window, message, wparam, lparam);
 }
 
 bool SetWindowTimer(WindowHandle handle, std::uintptr_t id, std::uint32_t periodMs) {
-  const std::shared_ptr<Window> window = Find(handle);
-  return window && window->queue->SetTimer(window, id, periodMs);
+  const Found window = Find(handle);
+  return window && window->queue->SetTimer(*window, id, periodMs);
 }
 
 bool KillWindowTimer(WindowHandle handle, std::uintptr_t id) {
-  const std::shared_ptr<Window> window = Find(handle);
+  const Found window = Find(handle);
   return window && window->queue->KillTimer(*window, id);
 }
 
+namespace testing {
+
+void FailWindowCreations(unsigned count) {
+  g_creationsToFail.store(count, std::memory_order_relaxed);
+}
+
+void FailWindowPosts(unsigned count) {
+  g_postsToFail.store(count, std::memory_order_relaxed);
+}
+
+}  // namespace testing
 }  // namespace base::platform

@@ -1,0 +1,1 @@
+base_add_bench(message_bench message_bench.cpp)

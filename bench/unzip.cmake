@@ -1,0 +1,1 @@
+base_add_bench(unzip_bench unzip_bench.cpp)

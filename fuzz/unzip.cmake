@@ -1,0 +1,1 @@
+base_add_fuzzer(unzip_fuzz unzip_fuzz.cpp)

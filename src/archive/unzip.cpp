@@ -1,0 +1,126 @@
+// The walk over the entries of an archive. minizip reads and inflates; this
+// file decides what each entry becomes on disk, and refuses what minizip would
+// get wrong:
+//  - an entry whose method is neither stored nor deflate (minizip hands out
+//    the raw bytes of any other method as if they were the file);
+//  - an encrypted entry (there is no password, so its data would be garbage);
+//  - an entry whose sizes are in a zip64 extra field (minizip ignores that
+//    field, and the entry would end truncated or unreadable);
+//  - data that end before the size the directory gives (minizip checks the
+//    CRC only when the whole size was read).
+#include "base/unzip.h"
+
+#include <unzip.h>
+
+#include <cstring>
+#include <memory>
+
+#include "archive/empty_archive.h"
+#include "archive/entry_path.h"
+#include "archive/zip_stream.h"
+#include "platform/files.h"
+
+namespace base {
+namespace {
+
+// The name buffer holds 255 bytes of name and a terminating zero that minizip
+// never overwrites: longer names are cut at 255 bytes.
+constexpr uLong kNameCapacity = 255;
+constexpr std::size_t kCopyBufferSize = 65536;
+constexpr uLong kStored = 0;
+constexpr uLong kZip64Marker = 0xFFFFFFFFu;
+constexpr uLong kEncryptedFlag = 1;
+
+struct ZipCloser {
+  void operator()(void* zip) const { unzClose(zip); }
+};
+using ZipHandle = std::unique_ptr<void, ZipCloser>;
+
+bool IsReadable(const unz_file_info64& info) {
+  return (info.compression_method == kStored || info.compression_method == Z_DEFLATED) &&
+         (info.flag & kEncryptedFlag) == 0 && info.compressed_size != kZip64Marker &&
+         info.uncompressed_size != kZip64Marker;
+}
+
+// Copies the open entry into `file` and closes both. The entry fails on a read
+// error, a failed write, data shorter than `expected`, or a failed closing
+// check (the CRC).
+bool CopyCurrentEntry(unzFile zip, platform::NativeFile file, ZPOS64_T expected) {
+  unsigned char buffer[kCopyBufferSize];
+  bool read_error = false;
+  bool write_error = false;
+  std::uint64_t written = 0;
+  for (;;) {
+    const int n = unzReadCurrentFile(zip, buffer, sizeof buffer);
+    if (n < 0) {
+      read_error = true;
+      break;
+    }
+    if (n == 0)
+      break;
+    if (!platform::WriteFileAt(file, buffer, static_cast<std::size_t>(n), written)) {
+      write_error = true;
+      break;
+    }
+    written += static_cast<std::uint64_t>(n);
+  }
+  platform::CloseFile(file);
+  const int closed = unzCloseCurrentFile(zip);
+  return !read_error && closed == UNZ_OK && !write_error && written == expected;
+}
+
+bool UnpackCurrentEntry(unzFile zip, platform::OutputDirectory& out) {
+  char name[kNameCapacity + 1] = {};
+  unz_file_info64 info;
+  if (unzGetCurrentFileInfo64(zip, &info, name, kNameCapacity, nullptr, 0, nullptr, 0) != UNZ_OK ||
+      name[0] == '\0' || !IsReadable(info)) {
+    return false;
+  }
+  if (unzOpenCurrentFile(zip) != UNZ_OK)
+    return false;
+  const std::string relative = ToPathName(name);
+  if (relative.find("..") != std::string::npos)
+    return false;
+
+  // Only a final '/' makes a directory; a final '\' is a file name that no
+  // file can have, and fails below. The open entry of a directory is left for
+  // minizip to close at the next open or at unzClose.
+  if (name[std::strlen(name) - 1] == '/')
+    return out.Exists(relative) || out.CreateDirectories(relative);
+
+  const std::string_view parent = ParentOf(relative);
+  if (!out.Exists(parent) && !out.CreateDirectories(parent))
+    return false;
+  const platform::NativeFile file = out.CreateFile(relative);
+  if (file == platform::kInvalidFile)
+    return false;
+  return CopyCurrentEntry(zip, file, info.uncompressed_size);
+}
+
+}  // namespace
+}  // namespace base
+
+bool Unzip(const std::string& archive, const std::string& target) {
+  const std::string root = base::NormalizeTarget(target);
+  zlib_filefunc_def functions;
+  base::FillZipStreamFunctions(&functions);
+  functions.zopen_file = base::OpenZipStream;
+
+  base::ZipHandle zip(unzOpen2(archive.c_str(), &functions));
+  if (!zip)
+    return base::IsEmptyArchive(archive);
+  unz_global_info global;
+  if (unzGetGlobalInfo(zip.get(), &global) != UNZ_OK)
+    return false;
+
+  base::platform::OutputDirectory out(root);
+  for (uLong done = 0; done < global.number_entry;) {
+    if (!base::UnpackCurrentEntry(zip.get(), out))
+      return false;
+    if (++done == global.number_entry)
+      break;
+    if (unzGoToNextFile(zip.get()) != UNZ_OK)
+      return false;
+  }
+  return true;
+}

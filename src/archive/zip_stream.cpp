@@ -1,0 +1,191 @@
+// minizip reads headers a byte at a time through these functions, and walks
+// the central directory and the local headers in turn, seeking back and forth
+// between them. Each stream therefore keeps two small read windows, one that
+// follows each of those cursors; reads as large as a window go to the file
+// directly, so entry data are not copied twice.
+#include "archive/zip_stream.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+
+#include "platform/files.h"
+
+namespace base {
+namespace {
+
+constexpr std::size_t kWindowSize = 8192;
+
+struct Window {
+  std::uint64_t start;
+  std::size_t length;
+  unsigned char bytes[kWindowSize];
+};
+
+// Allocated with malloc by the open callback and freed by the close function.
+// The first two fields are those of the Win32 record.
+struct ZipStream {
+  platform::NativeFile file;
+  std::uint32_t error;
+  std::uint64_t position;
+  Window windows[2];
+  int recent;  // the window that served the last read
+};
+
+ZipStream* AsStream(voidpf stream) {
+  return static_cast<ZipStream*>(stream);
+}
+
+Window* WindowAt(ZipStream* s, std::uint64_t position) {
+  for (int i = 0; i < 2; ++i) {
+    Window& w = s->windows[i];
+    if (position >= w.start && position - w.start < w.length) {
+      s->recent = i;
+      return &w;
+    }
+  }
+  return nullptr;
+}
+
+// Loads the window that was not used last at `position`. Null at the end of
+// the file or on error (which is recorded).
+Window* Refill(ZipStream* s, std::uint64_t position) {
+  s->recent ^= 1;
+  Window& w = s->windows[s->recent];
+  const std::int64_t n = platform::ReadFileAt(s->file, w.bytes, kWindowSize, position);
+  w.start = position;
+  w.length = n > 0 ? static_cast<std::size_t>(n) : 0;
+  if (n < 0)
+    s->error = 1;
+  return n > 0 ? &w : nullptr;
+}
+
+uLong ZCALLBACK ReadStream(voidpf, voidpf stream, void* buffer, uLong size) {
+  ZipStream* s = AsStream(stream);
+  auto* out = static_cast<unsigned char*>(buffer);
+  uLong done = 0;
+  while (done < size) {
+    const uLong wanted = size - done;
+    Window* w = WindowAt(s, s->position);
+    if (w == nullptr && wanted >= kWindowSize) {
+      const std::int64_t n = platform::ReadFileAt(s->file, out + done, wanted, s->position);
+      if (n < 0)
+        s->error = 1;
+      if (n <= 0)
+        break;
+      done += static_cast<uLong>(n);
+      s->position += static_cast<std::uint64_t>(n);
+      continue;
+    }
+    if (w == nullptr && (w = Refill(s, s->position)) == nullptr)
+      break;
+    const std::size_t offset = static_cast<std::size_t>(s->position - w->start);
+    const std::size_t count = std::min<std::size_t>(wanted, w->length - offset);
+    std::memcpy(out + done, w->bytes + offset, count);
+    done += count;
+    s->position += count;
+  }
+  return done;
+}
+
+uLong ZCALLBACK WriteStream(voidpf, voidpf stream, const void* data, uLong size) {
+  ZipStream* s = AsStream(stream);
+  s->windows[0].length = s->windows[1].length = 0;
+  if (!platform::WriteFileAt(s->file, data, size, s->position)) {
+    s->error = 1;
+    return 0;
+  }
+  s->position += size;
+  return size;
+}
+
+long ZCALLBACK TellStream(voidpf, voidpf stream) {
+  return static_cast<long>(AsStream(stream)->position);
+}
+
+long ZCALLBACK SeekStream(voidpf, voidpf stream, uLong offset, int origin) {
+  ZipStream* s = AsStream(stream);
+  std::uint64_t base;
+  switch (origin) {
+    case ZLIB_FILEFUNC_SEEK_SET:
+      base = 0;
+      break;
+    case ZLIB_FILEFUNC_SEEK_CUR:
+      base = s->position;
+      break;
+    case ZLIB_FILEFUNC_SEEK_END: {
+      const std::int64_t size = platform::FileSize(s->file);
+      if (size < 0)
+        return -1;
+      base = static_cast<std::uint64_t>(size);
+      break;
+    }
+    default:
+      return -1;
+  }
+  s->position = base + offset;
+  return 0;
+}
+
+int ZCALLBACK CloseStream(voidpf, voidpf stream) {
+  ZipStream* s = AsStream(stream);
+  platform::CloseFile(s->file);
+  std::free(s);
+  return 0;
+}
+
+int ZCALLBACK StreamError(voidpf, voidpf stream) {
+  return static_cast<int>(AsStream(stream)->error);
+}
+
+}  // namespace
+
+void FillZipStreamFunctions(zlib_filefunc_def* table) {
+  table->zopen_file = nullptr;
+  table->zread_file = ReadStream;
+  table->zwrite_file = WriteStream;
+  table->ztell_file = TellStream;
+  table->zseek_file = SeekStream;
+  table->zclose_file = CloseStream;
+  table->zerror_file = StreamError;
+  table->opaque = nullptr;
+}
+
+voidpf ZCALLBACK OpenZipStream(voidpf, const char* path, int mode) {
+  platform::FileAccess access;
+  platform::FileCreation creation;
+  if ((mode & ZLIB_FILEFUNC_MODE_READWRITEFILTER) == ZLIB_FILEFUNC_MODE_READ) {
+    access = platform::FileAccess::kRead;
+    creation = platform::FileCreation::kOpenExisting;
+  } else if (mode & ZLIB_FILEFUNC_MODE_EXISTING) {
+    access = platform::FileAccess::kReadWrite;
+    creation = platform::FileCreation::kOpenExisting;
+  } else if (mode & ZLIB_FILEFUNC_MODE_CREATE) {
+    access = platform::FileAccess::kReadWrite;
+    creation = platform::FileCreation::kCreateAlways;
+  } else {
+    return nullptr;
+  }
+  if (path == nullptr)
+    return nullptr;
+  // Paths are UTF-8 bytes end to end here, so the path needs no conversion.
+  const platform::NativeFile file = platform::OpenFile(path, access, creation);
+  if (file == platform::kInvalidFile)
+    return nullptr;
+  void* memory = std::malloc(sizeof(ZipStream));
+  if (memory == nullptr) {
+    platform::CloseFile(file);
+    return nullptr;
+  }
+  auto* s = new (memory) ZipStream;
+  s->file = file;
+  s->error = 0;
+  s->position = 0;
+  s->windows[0].start = s->windows[1].start = 0;
+  s->windows[0].length = s->windows[1].length = 0;
+  s->recent = 0;
+  return s;
+}
+
+}  // namespace base

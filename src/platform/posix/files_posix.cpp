@@ -1,0 +1,233 @@
+// Files under UTF-8 paths on posix. Paths are bytes already; the only
+// translation is '\' to '/'.
+//
+// OutputDirectory walks every path below its root one component at a time with
+// openat(O_NOFOLLOW), holding an O_PATH descriptor of each directory on the way.
+// A symbolic link, wherever it sits below the root, therefore ends the walk
+// instead of redirecting it, and another process that swaps a directory for a
+// link between two calls gains nothing: the descriptors already held keep
+// naming the directories that were checked.
+#include "platform/files.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <vector>
+
+#include "platform/testing/files_testing.h"
+
+namespace base::platform {
+namespace {
+
+std::atomic<bool> g_fail_writes{false};
+
+bool IsSeparator(char c) {
+  return c == '/' || c == '\\';
+}
+
+std::string ToPosixPath(std::string_view path) {
+  std::string result(path);
+  std::replace(result.begin(), result.end(), '\\', '/');
+  return result;
+}
+
+// The non-empty components of a relative path.
+std::vector<std::string_view> SplitPath(std::string_view path) {
+  std::vector<std::string_view> parts;
+  std::size_t begin = 0;
+  while (begin < path.size()) {
+    std::size_t end = begin;
+    while (end < path.size() && !IsSeparator(path[end]))
+      ++end;
+    if (end > begin)
+      parts.push_back(path.substr(begin, end - begin));
+    begin = end + 1;
+  }
+  return parts;
+}
+
+int OpenDirectoryAt(int parent, const std::string& name) {
+  return openat(parent, name.c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+}
+
+void CloseDescriptor(int fd) {
+  if (fd >= 0)
+    close(fd);
+}
+
+// mkdir -p for the caller's own root: links in it are followed, and failures of
+// single steps are left to the open that follows.
+void MakeRootDirectories(const std::string& root) {
+  for (std::size_t i = 1; i < root.size(); ++i) {
+    if (root[i] == '/' && root[i - 1] != '/')
+      mkdir(root.substr(0, i).c_str(), 0777);
+  }
+  mkdir(root.c_str(), 0777);
+}
+
+}  // namespace
+
+NativeFile OpenFile(const std::string& path, FileAccess access, FileCreation creation) {
+  int flags = O_CLOEXEC | (access == FileAccess::kRead ? O_RDONLY : O_RDWR);
+  if (creation == FileCreation::kCreateAlways)
+    flags |= O_CREAT | O_TRUNC;
+  const int fd = open(ToPosixPath(path).c_str(), flags, 0666);
+  return fd < 0 ? kInvalidFile : fd;
+}
+
+std::int64_t ReadFileAt(NativeFile file, void* buffer, std::size_t size, std::uint64_t offset) {
+  if (offset > static_cast<std::uint64_t>(INT64_MAX))
+    return -1;
+  ssize_t n;
+  do {
+    n = pread(static_cast<int>(file), buffer, size, static_cast<off_t>(offset));
+  } while (n < 0 && errno == EINTR);
+  return n;
+}
+
+bool WriteFileAt(NativeFile file, const void* data, std::size_t size, std::uint64_t offset) {
+  if (g_fail_writes.load(std::memory_order_relaxed))
+    return false;
+  const char* bytes = static_cast<const char*>(data);
+  while (size > 0) {
+    if (offset > static_cast<std::uint64_t>(INT64_MAX))
+      return false;
+    const ssize_t n = pwrite(static_cast<int>(file), bytes, size, static_cast<off_t>(offset));
+    if (n < 0 && errno == EINTR)
+      continue;
+    if (n <= 0)
+      return false;
+    bytes += n;
+    size -= static_cast<std::size_t>(n);
+    offset += static_cast<std::uint64_t>(n);
+  }
+  return true;
+}
+
+std::int64_t FileSize(NativeFile file) {
+  struct stat info;
+  if (fstat(static_cast<int>(file), &info) != 0)
+    return -1;
+  return info.st_size;
+}
+
+void CloseFile(NativeFile file) {
+  if (file != kInvalidFile)
+    close(static_cast<int>(file));
+}
+
+struct OutputDirectory::State {
+  std::string root;
+  int root_fd = -1;
+  // The directories below the root that the last walk went through, outermost
+  // first, with an O_PATH descriptor of each.
+  std::vector<std::string> names;
+  std::vector<int> fds;
+
+  ~State() {
+    Truncate(0);
+    CloseDescriptor(root_fd);
+  }
+
+  void Truncate(std::size_t depth) {
+    while (fds.size() > depth) {
+      CloseDescriptor(fds.back());
+      fds.pop_back();
+      names.pop_back();
+    }
+  }
+
+  bool OpenRoot(bool create) {
+    if (root_fd >= 0)
+      return true;
+    root_fd = open(root.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+    if (root_fd < 0 && create) {
+      MakeRootDirectories(root);
+      root_fd = open(root.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+    }
+    return root_fd >= 0;
+  }
+
+  // The directory reached through the first `count` of `parts`, or -1 with
+  // errno set. Reuses what the last walk opened; with `create`, makes missing
+  // directories on the way.
+  int Descend(const std::vector<std::string_view>& parts, std::size_t count, bool create) {
+    std::size_t kept = 0;
+    while (kept < count && kept < names.size() && names[kept] == parts[kept])
+      ++kept;
+    // Deeper directories of the last walk stay open while this one ends above
+    // them: checking a parent must not cost reopening its children.
+    if (kept < count)
+      Truncate(kept);
+    for (std::size_t i = kept; i < count; ++i) {
+      const int parent = i == 0 ? root_fd : fds.back();
+      std::string name(parts[i]);
+      int fd = OpenDirectoryAt(parent, name);
+      if (fd < 0 && errno == ENOENT && create) {
+        if (mkdirat(parent, name.c_str(), 0777) == 0 || errno == EEXIST)
+          fd = OpenDirectoryAt(parent, name);
+      }
+      if (fd < 0)
+        return -1;
+      fds.push_back(fd);
+      names.push_back(std::move(name));
+    }
+    return count == 0 ? root_fd : fds[count - 1];
+  }
+};
+
+OutputDirectory::OutputDirectory(const std::string& root) : state_(std::make_unique<State>()) {
+  state_->root = ToPosixPath(root);
+}
+
+OutputDirectory::~OutputDirectory() = default;
+
+bool OutputDirectory::Exists(std::string_view relative) {
+  const std::vector<std::string_view> parts = SplitPath(relative);
+  if (!state_->OpenRoot(false))
+    return false;
+  if (parts.empty())
+    return true;
+  if (state_->Descend(parts, parts.size() - 1, false) < 0)
+    return false;
+  // The last component is opened as a directory, which the next call is likely
+  // to want; failing that, anything but "not there" means something is there.
+  return state_->Descend(parts, parts.size(), false) >= 0 || errno != ENOENT;
+}
+
+bool OutputDirectory::CreateDirectories(std::string_view relative) {
+  const std::vector<std::string_view> parts = SplitPath(relative);
+  return state_->OpenRoot(true) && state_->Descend(parts, parts.size(), true) >= 0;
+}
+
+NativeFile OutputDirectory::CreateFile(std::string_view relative) {
+  if (relative.empty() || IsSeparator(relative.back()))
+    return kInvalidFile;
+  const std::vector<std::string_view> parts = SplitPath(relative);
+  if (parts.empty() || !state_->OpenRoot(false))
+    return kInvalidFile;
+  const int parent = state_->Descend(parts, parts.size() - 1, false);
+  if (parent < 0)
+    return kInvalidFile;
+  const std::string leaf(parts.back());
+  constexpr int kFlags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
+  int fd = openat(parent, leaf.c_str(), kFlags, 0666);
+  // Replace, never reuse: unlinking drops a link or a hard-linked name without
+  // touching what it points to. A directory of that name stays and fails.
+  if (fd < 0 && errno == EEXIST && unlinkat(parent, leaf.c_str(), 0) == 0)
+    fd = openat(parent, leaf.c_str(), kFlags, 0666);
+  return fd < 0 ? kInvalidFile : fd;
+}
+
+namespace testing {
+
+void FailFileWrites(bool fail) {
+  g_fail_writes.store(fail, std::memory_order_relaxed);
+}
+
+}  // namespace testing
+}  // namespace base::platform

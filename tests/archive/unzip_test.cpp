@@ -1,0 +1,227 @@
+#include "base/unzip.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <set>
+#include <thread>
+
+#include "platform/testing/files_testing.h"
+#include "zip_builder.h"
+
+namespace base {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::BuildZip;
+using testing::ZipEntry;
+
+std::string ReadAll(const fs::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(in), {});
+}
+
+void WriteAll(const fs::path& path, const std::string& bytes) {
+  std::ofstream(path, std::ios::binary) << bytes;
+}
+
+// Each test works in a fresh sandbox: the archive at its top, the target in
+// "out". Whatever else appears in the sandbox escaped the target.
+class UnzipTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    std::string pattern = (fs::temp_directory_path() / "unzip_test_XXXXXX").string();
+    ASSERT_NE(mkdtemp(pattern.data()), nullptr);
+    sandbox_ = pattern;
+    target_ = sandbox_ / "out";
+  }
+  void TearDown() override { fs::remove_all(sandbox_); }
+
+  bool Run(const std::vector<ZipEntry>& entries) { return RunBytes(BuildZip(entries)); }
+  bool RunBytes(const std::string& bytes) {
+    WriteAll(sandbox_ / "a.zip", bytes);
+    return Unzip((sandbox_ / "a.zip").string(), target_.string());
+  }
+  std::string Out(const std::string& relative) { return ReadAll(target_ / relative); }
+  std::set<std::string> SandboxNames() {
+    std::set<std::string> names;
+    for (const auto& e : fs::directory_iterator(sandbox_))
+      names.insert(e.path().filename().string());
+    return names;
+  }
+  void ExpectNothingEscaped() {
+    std::set<std::string> names = SandboxNames();
+    names.erase("out");
+    names.erase("a.zip");
+    names.erase("outside");
+    EXPECT_TRUE(names.empty()) << *names.begin();
+  }
+
+  fs::path sandbox_;
+  fs::path target_;
+};
+
+TEST_F(UnzipTest, UnpacksEntriesCreatingTargetAndParents) {
+  target_ = sandbox_ / "out" / "deep" / "target";
+  const std::string big(200000, 'z');  // more than one copy buffer
+  ASSERT_TRUE(Run({{"d/", ""},
+                   {"a/b/c.txt", big, 8},
+                   {"top.txt", "stored"},
+                   {"d/", ""},  // an existing directory is no error
+                   {"\xC3\xBC/\xE2\x82\xAC.txt", "utf8"},
+                   {"x\\y.txt", "backslash separates"}}));
+  EXPECT_TRUE(fs::is_directory(target_ / "d"));
+  EXPECT_EQ(Out("a/b/c.txt"), big);
+  EXPECT_EQ(Out("top.txt"), "stored");
+  EXPECT_EQ(Out("\xC3\xBC/\xE2\x82\xAC.txt"), "utf8");
+  EXPECT_EQ(Out("x/y.txt"), "backslash separates");
+
+  // "dir", "dir/" and "dir\" are the same target; existing files are replaced.
+  target_ = sandbox_ / "out";
+  EXPECT_TRUE(Unzip((sandbox_ / "a.zip").string(), target_.string() + "\\"));
+  WriteAll(sandbox_ / "out/top.txt", "older and longer");
+  EXPECT_TRUE(Unzip((sandbox_ / "a.zip").string(), target_.string() + "/"));
+  EXPECT_EQ(Out("top.txt"), "stored");
+  ExpectNothingEscaped();
+}
+
+TEST_F(UnzipTest, ArchiveWithoutEntriesCreatesNothing) {
+  const std::string empty = BuildZip({});
+  ASSERT_EQ(empty.size(), 22u);
+  EXPECT_TRUE(RunBytes(empty));
+  std::string commented = empty;
+  commented[20] = 3;
+  EXPECT_TRUE(RunBytes(commented + "abc"));
+  EXPECT_FALSE(fs::exists(target_));
+
+  EXPECT_FALSE(RunBytes(commented + "ab"));       // comment length does not fit
+  EXPECT_FALSE(RunBytes(std::string(22, '\0')));  // not a zip
+  EXPECT_FALSE(RunBytes(""));
+  EXPECT_FALSE(Unzip((sandbox_ / "missing.zip").string(), target_.string()));
+  EXPECT_FALSE(fs::exists(target_));
+}
+
+TEST_F(UnzipTest, StopsAtFirstBadEntryKeepingItsPredecessors) {
+  // ".." anywhere in a name fails, even where it could not climb.
+  for (const char* name : {"a..b.txt", "../x.txt", "..\\x.txt", "d/../../x.txt"}) {
+    EXPECT_FALSE(Run({{"first.txt", "1"}, {name, "bad"}, {"last.txt", "3"}})) << name;
+    EXPECT_EQ(Out("first.txt"), "1");
+    EXPECT_FALSE(fs::exists(target_ / "last.txt"));
+    fs::remove_all(target_);
+  }
+  // A final backslash is a file name no file can have; a final slash makes a
+  // directory.
+  EXPECT_FALSE(Run({{"d\\", ""}}));
+  EXPECT_TRUE(fs::is_empty(target_));
+  fs::remove(target_);
+  // Neither stored nor deflated, encrypted, or sized by zip64: refused before
+  // anything is written.
+  EXPECT_FALSE(Run({{"bzip2.txt", "BZh9", 12}}));
+  EXPECT_FALSE(Run({{"locked.txt", "secret", 0, 1}}));
+  ZipEntry zip64{"zip64.txt", "data"};
+  zip64.zip64 = true;
+  EXPECT_FALSE(Run({zip64}));
+  EXPECT_FALSE(fs::exists(target_));
+  ExpectNothingEscaped();
+}
+
+TEST_F(UnzipTest, DamagedDataFailsAndLeavesWhatWasWritten) {
+  const std::string text(100000, 'q');
+  ZipEntry bad_crc{"crc.txt", text, 8};
+  bad_crc.crc_mask = 1;
+  EXPECT_FALSE(Run({bad_crc}));
+  EXPECT_EQ(Out("crc.txt"), text);
+
+  // Data that end before the recorded size: minizip would skip the CRC check.
+  ZipEntry short_data{"short.txt", text, 8};
+  short_data.extra_size = 10;
+  EXPECT_FALSE(Run({short_data}));
+
+  // An archive cut short anywhere fails: in the data, or in its directory.
+  const std::string whole = BuildZip({{"one.txt", text, 8}, {"two.txt", text}});
+  for (std::size_t cut : {whole.size() - 30, whole.size() / 2, std::size_t{40}})
+    EXPECT_FALSE(RunBytes(whole.substr(0, cut))) << cut;
+
+  platform::testing::FailFileWrites(true);
+  EXPECT_FALSE(Run({{"full.txt", "disk full"}}));
+  platform::testing::FailFileWrites(false);
+  ExpectNothingEscaped();
+}
+
+TEST_F(UnzipTest, LongAndDeepNames) {
+  // Names are cut at 255 bytes without a report.
+  const std::string cut = "d/" + std::string(253, 'x');
+  ASSERT_TRUE(Run({{cut + std::string(45, 'y'), "300"}, {"e/" + std::string(253, 'x'), "255"}}));
+  EXPECT_EQ(Out(cut), "300");
+  EXPECT_EQ(Out("e/" + std::string(253, 'x')), "255");
+  std::string deep;
+  for (int i = 0; i < 120; ++i)
+    deep += "a/";
+  ASSERT_TRUE(Run({{deep + "f", "deep"}}));
+  EXPECT_EQ(Out(deep + "f"), "deep");
+}
+
+TEST_F(UnzipTest, NothingIsWrittenOutsideTheTarget) {
+  const fs::path outside = sandbox_ / "outside";
+  fs::create_directories(outside);
+  WriteAll(outside / "secret", "untouched");
+  fs::create_directories(target_);
+  fs::create_symlink(outside, target_ / "linkdir");
+  fs::create_symlink(outside / "secret", target_ / "linkfile");
+  fs::create_hard_link(outside / "secret", target_ / "hardlink");
+
+  // Absolute names and drive letters land below the target.
+  EXPECT_TRUE(Run({{"/abs.txt", "1"}, {"\\\\server\\share.txt", "2"}, {"C:/c.txt", "3"}}));
+  EXPECT_EQ(Out("abs.txt"), "1");
+  EXPECT_EQ(Out("server/share.txt"), "2");
+  EXPECT_EQ(Out("C:/c.txt"), "3");
+  // Links in the way are replaced as files, never written through.
+  EXPECT_TRUE(Run({{"linkfile", "new"}, {"hardlink", "new"}}));
+  EXPECT_FALSE(fs::is_symlink(target_ / "linkfile"));
+  EXPECT_EQ(Out("linkfile"), "new");
+  EXPECT_EQ(Out("hardlink"), "new");
+  // A linked directory is not a directory.
+  EXPECT_FALSE(Run({{"linkdir/secret", "overwritten"}}));
+  EXPECT_FALSE(Run({{"linkdir/new/", ""}}));
+  // The data of a link entry become a plain file; the local header's name
+  // is never used.
+  ZipEntry link{"link", "../outside/secret"};
+  link.external = 0120777u << 16;
+  ZipEntry renamed{"good.txt", "central"};
+  renamed.local_name = "../x.txt";
+  EXPECT_TRUE(Run({link, renamed}));
+  EXPECT_FALSE(fs::is_symlink(target_ / "link"));
+  EXPECT_EQ(Out("link"), "../outside/secret");
+  EXPECT_EQ(Out("good.txt"), "central");
+
+  EXPECT_EQ(ReadAll(outside / "secret"), "untouched");
+  EXPECT_EQ(std::distance(fs::directory_iterator(outside), {}), 1);
+  ExpectNothingEscaped();
+}
+
+TEST_F(UnzipTest, CallsOnDifferentTargetsRunTogether) {
+  std::vector<ZipEntry> entries;
+  for (int i = 0; i < 50; ++i)
+    entries.push_back({"d" + std::to_string(i % 5) + "/f" + std::to_string(i),
+                       std::string(5000, 'a' + i % 26), 8});
+  WriteAll(sandbox_ / "a.zip", BuildZip(entries));
+  bool results[4] = {};
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 4; ++t) {
+    threads.emplace_back([&, t] {
+      results[t] = Unzip((sandbox_ / "a.zip").string(), (target_ / std::to_string(t)).string());
+    });
+  }
+  for (auto& thread : threads)
+    thread.join();
+  for (int t = 0; t < 4; ++t) {
+    EXPECT_TRUE(results[t]);
+    EXPECT_EQ(ReadAll(target_ / std::to_string(t) / "d4/f49"), std::string(5000, 'a' + 49 % 26));
+  }
+}
+
+}  // namespace
+}  // namespace base
