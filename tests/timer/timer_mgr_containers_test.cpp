@@ -67,24 +67,6 @@ TEST(TimeRecordQueueTest, FrontFollowsTheWrappingOrder) {
   }
 }
 
-TEST(TimeRecordQueueTest, RemoveDropsTheDelegate) {
-  bool deleted = false;
-  struct Target final : MethodTarget {
-    explicit Target(bool& d) : deleted(d) {}
-    ~Target() override { deleted = true; }
-    void Invoke() override {}
-    bool& deleted;
-  };
-  TimeRecordQueue queue;
-  TimeRecord record;
-  record.method = Method<void()>(new Target(deleted));
-  const TimeRecordQueue::Slot slot = queue.Insert(record, 1, 1);
-  record.method = Method<void()>();
-  EXPECT_FALSE(deleted);
-  queue.Remove(slot);
-  EXPECT_TRUE(deleted);
-}
-
 // Ids from a small range collide and cluster, so erasing must mend the
 // probe runs it breaks.
 TEST(TimerIdTableTest, MatchesAMapUnderRandomInsertsAndErases) {
