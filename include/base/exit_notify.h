@@ -19,7 +19,7 @@
 #include "base/export.h"
 
 // A callback and the argument registered with it. Must not be null.
-typedef void (*ExitCallBackFunc)(void* param);
+using ExitCallBackFunc = void (*)(void* param);
 
 // Sets the argument of `callback` in the exit list, adding it if needed.
 BASE_EXPORT void AddExitCallBack(ExitCallBackFunc callback, void* param);

@@ -63,24 +63,22 @@ class Method<void()> {
  public:
   Method() = default;
 
-  // Takes one count of `target`, which must have been made with `new`. A
+  // Takes one count of `adopted`, which must have been made with `new`. A
   // target that no Method ever held is not deleted by anyone.
   explicit Method(MethodTarget* adopted) : target(adopted) { AddRef(adopted); }
 
-  Method(const Method& other) : target(nullptr) {
-    AddRef(other.target);
-    target = other.target;
-  }
+  Method(const Method& other) : target(other.target) { AddRef(target); }
 
   Method& operator=(const Method& other) {
     if (target == other.target)
       return *this;
     // The trap: `other` may live inside the target about to be released.
-    // Count the new target and read it before the old one can go.
-    MethodTarget* const incoming = other.target;
-    AddRef(incoming);
-    Release(target);
-    target = incoming;
+    // Take the new target before the old one can go, and let it go last,
+    // when this delegate is whole again.
+    MethodTarget* const old = target;
+    target = other.target;
+    AddRef(target);
+    Release(old);
     return *this;
   }
 

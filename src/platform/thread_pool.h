@@ -1,10 +1,10 @@
 // The library's thread pool: work items run once each on a pool thread.
 //
-// The pool is elastic. An item starts at once on an idle worker; if none is
-// idle, a new worker is started for it, up to kMaxPoolWorkers; only beyond that
-// do items queue, in order. Items may therefore block waiting for each other,
-// which would deadlock a fixed-size pool. Workers that stay idle for a while
-// end.
+// The pool is elastic. An item starts on an idle worker; if none is idle and
+// no running worker is about to take it, a new worker is started for it (one
+// start at a time), up to kMaxPoolWorkers; only beyond that do items wait for a
+// worker to finish. Items may therefore block waiting for each other, which
+// would deadlock a fixed-size pool. Workers that stay idle for a while end.
 //
 // The pool is owned by the module: ShutdownThreadPool stops and joins every
 // worker, and it runs by itself when the module's statics are destroyed, so

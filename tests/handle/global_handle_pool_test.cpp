@@ -10,69 +10,46 @@ namespace {
 
 int g_object;
 
-// Each test starts as after a fresh load: no pool yet.
-class GlobalHandlePoolTest : public ::testing::Test {
- protected:
-  void SetUp() override { SingletonRegistry::TearDown(); }
-  void TearDown() override { SingletonRegistry::TearDown(); }
-};
-
-TEST_F(GlobalHandlePoolTest, FirstCallOfAnyExportMakesThePool) {
-  st_handle_entry e{9, &g_object, 9};
-  EXPECT_EQ(GlobalHandleGetEntry(65535, &e), HandleResultOk);
-  EXPECT_EQ(e.state, HandleStateNew);
-  EXPECT_EQ(e.object, nullptr);
-  EXPECT_EQ(e.reserved, 0u);
-
-  SingletonRegistry::TearDown();
-  GlobalHandleCloseHandle(65535);
-  SingletonRegistry::TearDown();
-  GlobalHandleDisableHandle(65535);
-
-  unsigned int h = 0;
-  EXPECT_EQ(GlobalHandleAllocateHandle(&g_object, &h), HandleResultOk);
-  EXPECT_EQ(h, 65535u);  // the close and disable above changed nothing
-  EXPECT_EQ(GlobalHandleGetEntry(h, &e), HandleResultOk);
-  EXPECT_EQ(e.state, HandleStateValid);
-  EXPECT_EQ(e.object, &g_object);
-  GlobalHandleDisableHandle(h);
-  GlobalHandleCloseHandle(h);
-  EXPECT_EQ(GlobalHandleGetEntry(h, &e), HandleResultOk);
-  EXPECT_EQ(e.state, HandleStateClosed);
-}
-
-// Finalised after the pool (key 1), it sees the pool between the two passes.
-class LateObserver : public Singlton<LateObserver> {
- public:
-  static inline unsigned int allocateResult, getResult, handleAfter;
-  static inline st_handle_entry entryAfter;
+// Finalised after the pool (key 1): sees what the exports do between passes.
+struct LateObserver : Singlton<LateObserver> {
+  static inline unsigned int allocateResult, getResult, handle;
+  static inline st_handle_entry entry;
 
   void Init() override {}
   std::int32_t GetDestroyOrder() override { return 1; }
   void FInit() override {
-    handleAfter = 0xDEAD;
-    allocateResult = GlobalHandleAllocateHandle(&g_object, &handleAfter);
-    entryAfter = st_handle_entry{9, &g_object, 9};
-    getResult = GlobalHandleGetEntry(65535, &entryAfter);
+    handle = 0xDEAD;
+    allocateResult = GlobalHandleAllocateHandle(&g_object, &handle);
+    entry = st_handle_entry{9, &g_object, 9};
+    getResult = GlobalHandleGetEntry(65535, &entry);
     GlobalHandleDisableHandle(65535);
     GlobalHandleCloseHandle(65535);
   }
 };
 
-TEST_F(GlobalHandlePoolTest, ExportsFindNoPoolBetweenTheTeardownPasses) {
-  LateObserver::Instance();  // made first, torn down after the pool anyway
+TEST(GlobalHandlePoolTest, MadeAtFirstCallAndGoneAfterTheFirstPass) {
+  SingletonRegistry::TearDown();  // as after a fresh load
+  GlobalHandleCloseHandle(65535);
+  GlobalHandleDisableHandle(65535);
+  st_handle_entry e{9, &g_object, 9};
+  EXPECT_EQ(GlobalHandleGetEntry(65535, &e), HandleResultOk);
+  EXPECT_EQ(e.state, HandleStateNew);
+  EXPECT_EQ(e.object, nullptr);
+
+  LateObserver::Instance();  // made after the pool, torn down after it by key
   unsigned int h = 0;
-  ASSERT_EQ(GlobalHandleAllocateHandle(&g_object, &h), HandleResultOk);
+  EXPECT_EQ(GlobalHandleAllocateHandle(&g_object, &h), HandleResultOk);
+  EXPECT_EQ(h, 65535u);
 
   SingletonRegistry::TearDown();
   EXPECT_EQ(LateObserver::allocateResult, HandleResultNoPool);
-  EXPECT_EQ(LateObserver::handleAfter, 0xDEADu);
+  EXPECT_EQ(LateObserver::handle, 0xDEADu);
   EXPECT_EQ(LateObserver::getResult, HandleResultNoPool);
-  EXPECT_EQ(LateObserver::entryAfter.state, 9u);
+  EXPECT_EQ(LateObserver::entry.state, 9u);
 
-  // A new first use gives a new pool that starts from the first number.
   EXPECT_EQ(GlobalHandleAllocateHandle(&g_object, &h), HandleResultOk);
-  EXPECT_EQ(h, 65535u);
+  EXPECT_EQ(h, 65535u);  // a new pool after a new first use
+  SingletonRegistry::TearDown();
 }
 
 }  // namespace

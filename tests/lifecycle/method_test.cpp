@@ -7,90 +7,48 @@
 #include <future>
 #include <memory>
 #include <thread>
-#include <vector>
 
 namespace {
 
-// Records what happens to it in counters that outlive it.
 struct Probe {
-  std::atomic<int> invoked{0};
-  std::atomic<int> destroyed{0};
+  std::atomic<int> invoked{0}, destroyed{0};
   std::atomic<bool> valid{true};
   std::thread::id destroyedOn;
 };
 
-class ProbeTarget : public MethodTarget {
- public:
-  explicit ProbeTarget(Probe* probe) : probe_(probe) {}
+struct ProbeTarget : MethodTarget {
+  explicit ProbeTarget(Probe* probe) : probe(probe) {}
   ~ProbeTarget() override {
-    probe_->destroyedOn = std::this_thread::get_id();
-    ++probe_->destroyed;
+    probe->destroyedOn = std::this_thread::get_id();
+    ++probe->destroyed;
   }
-  bool IsValid() override { return probe_->valid; }
-  void Invoke() override { ++probe_->invoked; }
-
- private:
-  Probe* probe_;
+  bool IsValid() override { return probe->valid; }
+  void Invoke() override { ++probe->invoked; }
+  Probe* probe;
 };
 
-TEST(MethodTest, EmptyDelegateTouchesNothing) {
-  Method<void()> empty;
-  Method<void()> copy(empty);
-  Method<void()> assigned;
-  assigned = copy;
-  EXPECT_TRUE(assigned.IsEmpty());
-  EXPECT_FALSE(assigned.IsValid());
-  EXPECT_FALSE(assigned.NeedsId());
-  assigned.Run();  // no target: nothing to call, nothing to crash on
+TEST(MethodTest, TargetLivesExactlyAsLongAsItsCopies) {
+  const Method<void()> empty;
+  Method<void()>(empty).Run();
 
-  // Assigning an empty delegate releases the target that was held.
-  Probe probe;
-  Method<void()> held(new ProbeTarget(&probe));
-  held = empty;
-  EXPECT_TRUE(held.IsEmpty());
-  EXPECT_EQ(probe.destroyed, 1);
-  EXPECT_EQ(probe.invoked, 0);
-}
-
-TEST(MethodTest, TargetDiesWithItsLastCopyOnly) {
   Probe probe;
   {
     Method<void()> a(new ProbeTarget(&probe));
     Method<void()> b(a);
-    Method<void()> c;
-    c = a;
-    b = a;  // same target: no count may change
-    c = c;
+    b = a;  // same target: a count taken here would never be given back
     a.Run();
-    b.Run();
-    EXPECT_EQ(probe.invoked, 2);
-    { Method<void()> drop(std::move(c)); }  // a copy, not a steal: c still holds
-    EXPECT_FALSE(c.IsEmpty());
-    a = Method<void()>();
-    b = Method<void()>();
+    a = empty;
     EXPECT_EQ(probe.destroyed, 0);
-  }
-  EXPECT_EQ(probe.destroyed, 1);
-}
-
-TEST(MethodTest, InvalidTargetIsNeverInvokedButStillDestroyed) {
-  Probe probe;
-  {
-    Method<void()> m(new ProbeTarget(&probe));
     probe.valid = false;
-    EXPECT_FALSE(m.IsValid());
-    m.Run();
-    Method<void()> copy(m);
-    copy.Run();
+    b.Run();  // an invalid target is not invoked, yet still dies below
   }
-  EXPECT_EQ(probe.invoked, 0);
+  EXPECT_EQ(probe.invoked, 1);
   EXPECT_EQ(probe.destroyed, 1);
 }
 
-// The trap of assignment: the source may be owned by the target being let go.
-class Holder : public MethodTarget {
- public:
-  explicit Holder(Method<void()> inner) : inner(std::move(inner)) {}
+// The source of an assignment may be owned by the target being let go.
+struct Holder : MethodTarget {
+  explicit Holder(const Method<void()>& m) : inner(m) {}
   void Invoke() override {}
   Method<void()> inner;
 };
@@ -100,11 +58,9 @@ TEST(MethodTest, AssignFromInsideTheReleasedTarget) {
   auto* holder = new Holder(Method<void()>(new ProbeTarget(&probe)));
   Method<void()> m(holder);
   m = holder->inner;  // frees holder, and with it the source of the copy
-  EXPECT_EQ(probe.destroyed, 0);
   m.Run();
   EXPECT_EQ(probe.invoked, 1);
-  m = Method<void()>();
-  EXPECT_EQ(probe.destroyed, 1);
+  EXPECT_EQ(probe.destroyed, 0);
 }
 
 TEST(MethodTest, LastCopyReleasedOnAnotherThread) {
@@ -113,50 +69,26 @@ TEST(MethodTest, LastCopyReleasedOnAnotherThread) {
   m.Run();
   std::promise<void> mainDropped;
   std::thread worker([copy = m, dropped = mainDropped.get_future()]() mutable {
+    for (int i = 0; i < 10000; ++i)  // races the main thread's copies
+      Method<void()>(copy).Run();
     dropped.wait();
     copy = Method<void()>();
   });
+  for (int i = 0; i < 10000; ++i)
+    Method<void()>(m).Run();
   const std::thread::id workerId = worker.get_id();
   m = Method<void()>();
-  EXPECT_EQ(probe.destroyed, 0);
   mainDropped.set_value();
   worker.join();
   EXPECT_EQ(probe.destroyed, 1);
   EXPECT_EQ(probe.destroyedOn, workerId);
-  EXPECT_EQ(probe.invoked, 1);
-}
-
-TEST(MethodTest, ConcurrentCopiesDestroyTheTargetExactlyOnce) {
-  Probe probe;
-  std::vector<std::thread> threads;
-  {
-    Method<void()> shared(new ProbeTarget(&probe));
-    for (int t = 0; t < 4; ++t) {
-      threads.emplace_back([copy = shared] {
-        for (int i = 0; i < 20000; ++i) {
-          Method<void()> a(copy);
-          Method<void()> b;
-          b = a;
-        }
-      });
-    }
-  }
-  for (std::thread& t : threads)
-    t.join();
-  EXPECT_EQ(probe.destroyed, 1);
 }
 
 TEST(MethodTest, MadeDelegates) {
   int runs = 0;
-  Method<void()> plain = MakeMethod([&runs] { ++runs; });
-  EXPECT_FALSE(plain.NeedsId());
-  plain.Run();
+  MakeMethod([&runs] { ++runs; }).Run();
   EXPECT_EQ(runs, 1);
-
-  Method<void()> withId = MakeMethodWithId([&runs] { runs += 10; });
-  EXPECT_TRUE(withId.NeedsId());
-  withId.Run();
-  EXPECT_EQ(runs, 11);
+  EXPECT_TRUE(MakeMethodWithId([] {}).NeedsId());
 
   struct Owner {
     int hits = 0;
@@ -170,20 +102,12 @@ TEST(MethodTest, MadeDelegates) {
   owner.reset();
   EXPECT_FALSE(weak.IsValid());
   weak.Run();
-
-  // The callable dies with the last copy of its delegate.
-  auto token = std::make_shared<int>(0);
-  {
-    Method<void()> keeper = MakeMethod([token] {});
-    EXPECT_EQ(token.use_count(), 2);
-  }
-  EXPECT_EQ(token.use_count(), 1);
 }
 
 #if defined(__GNUC__) && !defined(_WIN32)
-// Modules built apart call these through the vtable: the slot order is part of
-// the interface. Under the Itanium ABI a pointer to a virtual member holds
-// 1 + the slot's byte offset; the destructor takes slots 0 and 1.
+// Modules built apart call these through the vtable. Under the Itanium ABI a
+// pointer to a virtual member holds 1 + the slot's byte offset; the
+// destructor takes slots 0 and 1.
 template <typename M>
 std::size_t SlotOf(M member) {
   std::uintptr_t raw;

@@ -7,28 +7,24 @@
 #include <functional>
 #include <stdexcept>
 #include <string>
-#include <vector>
 
 namespace base {
 namespace {
 
-std::vector<std::string> g_log;
+std::string g_log;
 
-// A singleton that logs its hooks as "<hook><tag>" and runs optional actions.
+// Logs its teardown hooks as "F<tag>" and "D<tag>" and runs optional actions.
 template <std::int32_t Key, char Tag>
-class Tracked : public Singlton<Tracked<Key, Tag>> {
- public:
+struct Tracked : Singlton<Tracked<Key, Tag>> {
   static inline std::function<void()> onInit, onFInit, onDestroy;
-  static inline int constructorFailures = 0;
+  static inline bool failConstruction = false;
 
   Tracked() {
-    if (constructorFailures > 0) {
-      --constructorFailures;
+    if (std::exchange(failConstruction, false))
       throw std::runtime_error("construction failed");
-    }
   }
   ~Tracked() override {
-    g_log.push_back(std::string("D") + Tag);
+    g_log += std::string("D") + Tag;
     if (onDestroy)
       onDestroy();
   }
@@ -37,16 +33,11 @@ class Tracked : public Singlton<Tracked<Key, Tag>> {
       onInit();
   }
   void FInit() override {
-    g_log.push_back(std::string("F") + Tag);
+    g_log += std::string("F") + Tag;
     if (onFInit)
       onFInit();
   }
   std::int32_t GetDestroyOrder() override { return Key; }
-
-  static void ResetHooks() {
-    onInit = onFInit = onDestroy = nullptr;
-    constructorFailures = 0;
-  }
 };
 
 using Minus = Tracked<-1, 'm'>;
@@ -54,92 +45,59 @@ using ZeroA = Tracked<0, 'a'>;
 using ZeroB = Tracked<0, 'b'>;
 using Plus = Tracked<1, 'p'>;
 
-class SingletonTest : public ::testing::Test {
- protected:
-  void TearDown() override {
-    SingletonRegistry::TearDown();
-    g_log.clear();
-    Minus::ResetHooks();
-    ZeroA::ResetHooks();
-    ZeroB::ResetHooks();
-    Plus::ResetHooks();
-  }
-};
-
-TEST_F(SingletonTest, TornDownInTwoPassesByKeyThenFirstUse) {
-  // Order of first use differs from the order of the keys on purpose.
-  Plus* plus = Plus::Instance();
+TEST(SingletonTest, TornDownInTwoPassesByKeyThenFirstUse) {
+  g_log.clear();
+  Plus* plus = Plus::Instance();  // first use differs from the key order
   ZeroB::Instance();
   Minus::Instance();
   ZeroA::Instance();
+  EXPECT_EQ(ZeroA::Instance(), ZeroA::Instance());
 
-  bool plusReachable = false;
-  ZeroA::onFInit = [&] { plusReachable = Plus::Instance() == plus; };
-  bool minusGoneBeforePlus = false;
-  Plus::onDestroy = [&] { minusGoneBeforePlus = Minus::Instance() == nullptr; };
-
+  bool plusReachable = false, minusGone = false, nothingMadeLate = false;
+  ZeroA::onFInit = [&] {
+    plusReachable = Plus::Instance() == plus;
+    nothingMadeLate = Tracked<0, 'z'>::Instance() == nullptr;
+  };
+  Plus::onDestroy = [&] { minusGone = Minus::Instance() == nullptr; };
   SingletonRegistry::TearDown();
-  EXPECT_EQ(g_log, (std::vector<std::string>{"Fm", "Fb", "Fa", "Fp", "Dm", "Db", "Da", "Dp"}));
-  EXPECT_TRUE(plusReachable);  // first pass: everything still exists
-  EXPECT_TRUE(minusGoneBeforePlus);
-
-  // A second teardown finds no registry; a new first use starts afresh.
-  g_log.clear();
-  SingletonRegistry::TearDown();
-  EXPECT_TRUE(g_log.empty());
-  EXPECT_NE(ZeroA::Instance(), nullptr);
+  EXPECT_EQ(g_log, "FmFbFaFpDmDbDaDp");
+  EXPECT_TRUE(plusReachable);  // first pass: every singleton still exists
+  EXPECT_TRUE(minusGone);
+  EXPECT_TRUE(nothingMadeLate);
+  ZeroA::onFInit = Plus::onDestroy = nullptr;
 }
 
-TEST_F(SingletonTest, InstanceIsMadeOnceAndReachableFromInit) {
-  ZeroA* seenInInit = nullptr;
-  ZeroA::onInit = [&] { seenInInit = ZeroA::Instance(); };
-  ZeroA* first = ZeroA::Instance();
-  EXPECT_EQ(seenInInit, first);
-  EXPECT_EQ(ZeroA::Instance(), first);
-  EXPECT_EQ(ZeroA::Instance(), first);
-
-  SingletonRegistry::TearDown();
-  EXPECT_EQ(g_log, (std::vector<std::string>{"Fa", "Da"}));  // one entry only
-}
-
-TEST_F(SingletonTest, FailedConstructionRegistersNothingAndIsRetried) {
-  ZeroB::constructorFailures = 1;
+TEST(SingletonTest, MadeOnceReachableFromInitAndRetriedAfterFailure) {
+  ZeroB::failConstruction = true;
   EXPECT_THROW(ZeroB::Instance(), std::runtime_error);
+  ZeroB* seenInInit = nullptr;
+  ZeroB::onInit = [&] { seenInInit = ZeroB::Instance(); };
   ZeroB* made = ZeroB::Instance();
-  ASSERT_NE(made, nullptr);
+  ZeroB::onInit = nullptr;
+  EXPECT_EQ(seenInInit, made);
   EXPECT_EQ(ZeroB::Instance(), made);
 
+  g_log.clear();
   SingletonRegistry::TearDown();
-  EXPECT_EQ(g_log, (std::vector<std::string>{"Fb", "Db"}));
+  EXPECT_EQ(g_log, "FbDb");  // one entry, none for the failed attempt
 }
 
-TEST_F(SingletonTest, NothingIsMadeWhileTearingDown) {
-  ZeroA::Instance();
-  Plus* madeLate = reinterpret_cast<Plus*>(1);
-  ZeroA::onFInit = [&] { madeLate = Plus::Instance(); };
-  SingletonRegistry::TearDown();
-  EXPECT_EQ(madeLate, nullptr);
-  EXPECT_EQ(g_log, (std::vector<std::string>{"Fa", "Da"}));
-}
-
-TEST_F(SingletonTest, ExceptionOutOfTeardownEndsItAndFreesTheRegistry) {
+TEST(SingletonTest, ExceptionOutOfTeardownEndsItAndFreesTheRegistry) {
   using Failing = Tracked<0, 'x'>;
-  using Behind = Tracked<0, 'y'>;
   Failing::Instance();
-  Behind::Instance();
   Failing::onFInit = [] { throw std::runtime_error("finalise failed"); };
+  g_log.clear();
   EXPECT_THROW(SingletonRegistry::TearDown(), std::runtime_error);
-  EXPECT_EQ(g_log, (std::vector<std::string>{"Fx"}));
+  EXPECT_EQ(g_log, "Fx");
   EXPECT_FALSE(SingletonRegistry::IsTearingDown());
 
-  // Both instances survived without an entry; register them again to end them.
-  Failing::ResetHooks();
+  // The instance survived without an entry; register it again to end it.
+  Failing::onFInit = nullptr;
   Failing::Instance()->RegisterDestroy(0);
-  Behind::Instance()->RegisterDestroy(0);
+  SingletonRegistry::TearDown();
 }
 
-// The registry must reach the exit table by itself: end a child process and
-// see the two passes run there.
+// The registry must reach the exit table by itself: end a child process.
 TEST(SingletonExitTest, TeardownRunsFromTheExitTable) {
   ::testing::FLAGS_gtest_death_test_style = "threadsafe";
   EXPECT_EXIT(

@@ -1,0 +1,16 @@
+// Reads the names a shared object exports: the defined, global or weak,
+// default-visibility entries of its dynamic symbol table, demangled.
+#ifndef BASE_TESTS_LIBRARY_DYNAMIC_SYMBOLS_H_
+#define BASE_TESTS_LIBRARY_DYNAMIC_SYMBOLS_H_
+
+#include <set>
+#include <string>
+
+namespace base::testing {
+
+// Empty if `path` is not a readable 64-bit ELF object.
+std::set<std::string> ExportedSymbols(const std::string& path);
+
+}  // namespace base::testing
+
+#endif  // BASE_TESTS_LIBRARY_DYNAMIC_SYMBOLS_H_
