@@ -41,12 +41,14 @@ TEST_F(ThreadTaskTest, IdsRiseByOneInOrderOfCreation) {
 TEST_F(ThreadTaskTest, JoinsFromSeveralThreadsOnRunningAndFinishedTasks) {
   Gate gate;
   ThreadTaskPtr task = Post([&gate] { gate.Wait(); });
+  std::atomic<int> polled{0};
   std::atomic<int> joined{0};
   std::vector<std::thread> joiners;
   for (int i = 0; i < 4; ++i) {
     joiners.emplace_back([&, i] {
       ThreadTaskPtr mine(task);
       EXPECT_FALSE(mine->TimedJoin(0));  // still running: a poll says no at once
+      polled.fetch_add(1);
       if (i % 2 == 0)
         mine->Join();
       else
@@ -54,6 +56,8 @@ TEST_F(ThreadTaskTest, JoinsFromSeveralThreadsOnRunningAndFinishedTasks) {
       joined.fetch_add(1);
     });
   }
+  while (polled.load() != 4)
+    std::this_thread::yield();
   EXPECT_FALSE(task->TimedJoin(20));
   EXPECT_EQ(joined.load(), 0);
   gate.Open();
@@ -242,27 +246,27 @@ TEST_F(ThreadTaskTest, RaceQuickRunsEndingBeforeTheLaunchReturns) {
 // tasks walks its copy of the list, and other threads post and stop at the
 // same time.
 TEST_F(ThreadTaskTest, RaceTasksFreedWhileAllAreJoined) {
+  constexpr int kPosts = 4000;
   std::atomic<int> runs{0};
   std::atomic<int> deaths{0};
   std::atomic<bool> done{false};
-  std::thread poster([&] {
-    while (!done.load()) {
-      PostThreadTask(Method<void()>(new CountingTarget(&runs, &deaths)));
-      PostThreadTask(MakeMethod([] { thisThreadTask::Sleep(1); }));
-    }
-  });
   std::thread stopper([&] {
     while (!done.load())
       FInitThreadManagement();
   });
-  for (int i = 0; i < 2000; ++i)
-    FInitThreadManagement();
+  for (int i = 0; i < kPosts; ++i) {
+    PostThreadTask(Method<void()>(new CountingTarget(&runs, &deaths)));
+    if (i % 4 == 0)
+      PostThreadTask(MakeMethod([] { thisThreadTask::Sleep(1); }));
+    if (i % 64 == 0)
+      FInitThreadManagement();
+  }
   done.store(true);
-  poster.join();
   stopper.join();
   FInitThreadManagement();
-  while (deaths.load() != runs.load())
+  while (deaths.load() != kPosts)
     std::this_thread::yield();
+  EXPECT_EQ(runs.load(), kPosts);
 }
 
 }  // namespace
