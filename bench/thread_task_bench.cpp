@@ -221,9 +221,10 @@ void BM_StopAllSleeping(benchmark::State& state) {
     asleep.store(0);
     for (int i = 0; i < kTasks; ++i)
       OrvThread::PostThreadTask(work);
+    // Every worker the pool may run at once ends up with a sleeping task.
     const int running =
-        static_cast<int>(std::min<std::size_t>(kTasks, base::platform::testing::PoolWorkerCount()));
-    while (asleep.load() < std::min(running, kTasks))
+        static_cast<int>(std::min<std::size_t>(kTasks, base::platform::kMaxPoolWorkers));
+    while (asleep.load() < running)
       std::this_thread::yield();
     state.counters["asleep_at_stop"] = asleep.load();
     state.ResumeTiming();

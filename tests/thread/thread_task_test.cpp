@@ -19,7 +19,7 @@ namespace OrvThread::testing {
 namespace {
 
 LONG RefCount(ThreadTask* task) {
-  return *Detail::TaskAccess::RefCount(task);
+  return __atomic_load_n(Detail::TaskAccess::RefCount(task), __ATOMIC_SEQ_CST);
 }
 
 // Waits until the worker has dropped its reference, so that the pointers
