@@ -1,0 +1,1 @@
+base_add_bench(thread_task_bench thread_task_bench.cpp)

@@ -1,0 +1,36 @@
+#include "thread/current_task_map.h"
+
+#include <mutex>
+#include <shared_mutex>
+
+#include "platform/thread.h"
+
+namespace OrvThread {
+
+CurrentTaskMap::~CurrentTaskMap() {
+  std::unique_lock<boost::shared_mutex> hold(lock);
+  tasksByThread.clear();
+}
+
+ThreadTask* CurrentTaskMap::CurrentTask() {
+  const std::uint32_t thread = base::platform::CurrentThreadId();
+  std::shared_lock<boost::shared_mutex> hold(lock);
+  const auto entry = tasksByThread.find(thread);
+  return entry == tasksByThread.end() ? nullptr : entry->second;
+}
+
+void CurrentTaskMap::SetCurrentTask(ThreadTask* task) {
+  const std::uint32_t thread = base::platform::CurrentThreadId();
+  std::unique_lock<boost::shared_mutex> hold(lock);
+  tasksByThread[thread] = task;
+}
+
+void CurrentTaskMap::EraseCurrentTask() {
+  const std::uint32_t thread = base::platform::CurrentThreadId();
+  std::unique_lock<boost::shared_mutex> hold(lock);
+  tasksByThread.erase(thread);
+}
+
+CurrentTaskMap currentTaskMap;
+
+}  // namespace OrvThread

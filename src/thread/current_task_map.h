@@ -1,0 +1,51 @@
+// Which task each thread is running at this moment: the whole per-thread state
+// of the task subsystem. A thread is a task thread exactly while the map has a
+// non-null entry for its id. Nothing lives in thread-local storage.
+//
+// Threading: every operation concerns the calling thread's entry and may come
+// from any thread. Lookups share the lock; changes (three per run) take it
+// alone. The map holds no reference: the task found by a thread is the one it
+// runs itself, kept alive by the worker's reference.
+#ifndef BASE_THREAD_CURRENT_TASK_MAP_H_
+#define BASE_THREAD_CURRENT_TASK_MAP_H_
+
+#include <cstdint>
+#include <map>
+
+#include <boost/thread/shared_mutex.hpp>
+
+namespace OrvThread {
+
+class ThreadTask;
+
+class CurrentTaskMap {
+ public:
+  CurrentTaskMap() = default;
+  CurrentTaskMap(const CurrentTaskMap&) = delete;
+  CurrentTaskMap& operator=(const CurrentTaskMap&) = delete;
+  ~CurrentTaskMap();
+
+  // The calling thread's task, or null. Takes no exclusive lock, allocates
+  // nothing.
+  ThreadTask* CurrentTask();
+  // Sets the calling thread's entry, creating it if needed; null keeps the
+  // entry with no task.
+  void SetCurrentTask(ThreadTask* task);
+  void EraseCurrentTask();
+
+ private:
+  std::map<std::uint32_t, ThreadTask*> tasksByThread;
+  boost::shared_mutex lock;
+};
+
+// One of the library's statics, built at load before anything can call it. It
+// must be built before the thread pool is first used: the pool is then torn
+// down first, and its join lets every worker leave the map before the map
+// goes, even a worker that is still cleaning up after a task whose end was
+// already seen. Its definition belongs with the other statics whose order is
+// fixed.
+extern CurrentTaskMap currentTaskMap;
+
+}  // namespace OrvThread
+
+#endif  // BASE_THREAD_CURRENT_TASK_MAP_H_

@@ -1,0 +1,104 @@
+#include "thread/thread_management.h"
+
+#include <algorithm>
+#include <new>
+
+#include "base/thread_task.h"
+#include "platform/os_version.h"
+#include "platform/thread_pool.h"
+#include "thread/task_access.h"
+#include "thread/task_lifecycle.h"
+
+namespace OrvThread {
+namespace {
+
+using Lock = boost::unique_lock<boost::recursive_mutex>;
+
+ThreadManagement* g_threadManagement = nullptr;
+
+// The pool's hint for long functions, set on systems before major version 6.
+// A failed query counts as version 0.
+std::uint32_t QueueFlagsForThisSystem() {
+  std::uint32_t major = 0;
+  base::platform::QueryOsMajorVersion(major);
+  return major < 6 ? base::platform::kWorkItemLongFunction : 0;
+}
+
+}  // namespace
+
+bool ThreadManagement::AddTask(ThreadTask* task) {
+  volatile LONG* refCount = Detail::TaskAccess::RefCount(task);
+  // The worker's reference exists before the item can run, and the caller's
+  // keeps the task alive if the run ends before the task is listed.
+  InterlockedIncrement(refCount);
+  if (!base::platform::QueueWorkItem(&RunThreadTask, task, queueFlags)) {
+    InterlockedDecrement(refCount);  // never the last: the caller holds one
+    return false;
+  }
+  Lock hold(tasksLock);
+  tasks.push_back(task);
+  return true;
+}
+
+void ThreadManagement::RemoveTask(ThreadTask* task) {
+  Lock hold(tasksLock);
+  const auto listed = std::find(tasks.begin(), tasks.end(), task);
+  if (listed != tasks.end())
+    tasks.erase(listed);
+}
+
+void ThreadManagement::InterruptAll() {
+  Lock hold(tasksLock);
+  for (ThreadTask* task : tasks)
+    task->Interrupt();
+}
+
+void ThreadManagement::JoinAll() {
+  std::vector<ThreadTask*> joining;
+  {
+    Lock hold(tasksLock);
+    joining.reserve(tasks.size());
+    for (ThreadTask* task : tasks) {
+      // A reference keeps each task alive until its join is done. The trap: a
+      // listed task may already be at count 0, its last holder waiting for
+      // this lock to take it off the list before freeing it. Such a task has
+      // finished (the worker lets go only after the end), so it is skipped,
+      // and its count goes back to 0 without a second release.
+      volatile LONG* refCount = Detail::TaskAccess::RefCount(task);
+      if (InterlockedIncrement(refCount) == 1)
+        InterlockedDecrement(refCount);
+      else
+        joining.push_back(task);
+    }
+  }
+  for (ThreadTask* task : joining) {
+    task->Join();
+    ReleaseTask(task);
+  }
+}
+
+void ThreadManagement::ClearTasks() {
+  Lock hold(tasksLock);
+  tasks.clear();
+}
+
+ThreadManagement* GetThreadManagement() {
+  return g_threadManagement;
+}
+
+bool InitThreadManagement() {
+  if (g_threadManagement == nullptr)
+    g_threadManagement = new (std::nothrow) ThreadManagement(QueueFlagsForThisSystem());
+  return g_threadManagement != nullptr;
+}
+
+void FInitThreadManagement() {
+  ThreadManagement* management = g_threadManagement;
+  if (management == nullptr)
+    return;
+  management->InterruptAll();
+  management->JoinAll();
+  management->ClearTasks();
+}
+
+}  // namespace OrvThread

@@ -1,0 +1,88 @@
+// Facts of a fresh load of the library, and an unload right after the stop of
+// all tasks, on the library's objects loaded as a module of their own.
+#include <dlfcn.h>
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstdint>
+
+#if defined(__SANITIZE_ADDRESS__)
+#include <sanitizer/lsan_interface.h>
+#endif
+
+namespace {
+
+// The module's task manager is never freed by design; after dlclose nothing
+// points at it any more.
+struct IgnoreLeaks {
+#if defined(__SANITIZE_ADDRESS__)
+  __lsan::ScopedDisabler disabler;
+#endif
+};
+
+class Module {
+ public:
+  Module() : handle_(dlopen(BASE_THREAD_MODULE_PATH, RTLD_NOW | RTLD_LOCAL)) {
+    EXPECT_NE(handle_, nullptr) << dlerror();
+  }
+  ~Module() {
+    if (handle_ != nullptr)
+      Unload();
+  }
+  template <typename F>
+  F Entry(const char* name) {
+    return reinterpret_cast<F>(dlsym(handle_, name));
+  }
+  void Unload() {
+    EXPECT_EQ(dlclose(handle_), 0);
+    handle_ = nullptr;
+    EXPECT_EQ(dlopen(BASE_THREAD_MODULE_PATH, RTLD_NOW | RTLD_NOLOAD), nullptr);
+  }
+
+ private:
+  void* handle_;
+};
+
+TEST(ThreadModuleTest, FreshLoadNumbersTasksFromOneAndFlagsFollowTheOsVersion) {
+  IgnoreLeaks ignore;
+  {
+    Module module;
+    std::uint32_t first = 0;
+    std::uint32_t second = 0;
+    module.Entry<void (*)(std::uint32_t*, std::uint32_t*)>("BaseTestFirstIds")(&first, &second);
+    EXPECT_EQ(first, 1u);
+    EXPECT_EQ(second, 2u);
+  }
+  const struct {
+    int major;
+    std::uint32_t flags;
+  } cases[] = {{5, 0x10}, {6, 0}, {10, 0}, {-1, 0x10}};
+  for (const auto& c : cases) {
+    Module module;
+    EXPECT_EQ(module.Entry<std::uint32_t (*)(int)>("BaseTestQueueFlagsFor")(c.major), c.flags)
+        << "major version " << c.major;
+  }
+}
+
+std::atomic<int> g_freed{0};
+void OnFreed() {
+  g_freed.fetch_add(1);
+}
+
+// Workers may still be leaving a run (map, reference, freeing the delegate)
+// when the stop returns; the unload must wait for them before the map and the
+// code go.
+TEST(ThreadModuleTest, UnloadRightAfterTheStopWaitsForWorkersStillLeavingARun) {
+  IgnoreLeaks ignore;
+  constexpr int kTasks = 50;
+  for (int round = 0; round < 10; ++round) {
+    g_freed = 0;
+    Module module;
+    module.Entry<void (*)(int, void (*)())>("BaseTestPostAndStop")(kTasks, &OnFreed);
+    module.Unload();
+    EXPECT_EQ(g_freed.load(), kTasks);
+  }
+}
+
+}  // namespace
