@@ -10,6 +10,8 @@
 //   protection_services.h  the data- and memory-protection service modules
 //   sync.h                 the critical section (counters are in base/platform.h)
 //   thread.h               the calling thread's id, sleep
+//   thread_local_slot.h    a pointer per thread, released at thread exit without
+//                          pinning the module
 //   thread_pool.h          the elastic pool of work items, joined at unload
 //   wait.h                 events, waitable timers, waits for one or any of three
 //   (base/platform.h)      LocalAlloc/LocalFree, the heap of protected results
@@ -29,6 +31,7 @@
 #include "platform/protection_services.h"
 #include "platform/sync.h"
 #include "platform/thread.h"
+#include "platform/thread_local_slot.h"
 #include "platform/thread_pool.h"
 #include "platform/wait.h"
 

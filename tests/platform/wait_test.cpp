@@ -230,9 +230,23 @@ TEST(WaitTest, CloseWhileAnotherThreadWaitsLetsTheWaitRunOut) {
   SetWaitableTimer(timer, RelativeDue(40));
   std::uint32_t eventResult = 0;
   std::uint32_t timerResult = 0;
-  std::thread eventWaiter([&] { eventResult = WaitForSingleObject(event, 60); });
-  std::thread timerWaiter([&] { timerResult = WaitForSingleObject(timer, 5000); });
-  std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  std::atomic<bool> eventWaitOver{false};
+  std::atomic<bool> timerWaitOver{false};
+  std::thread eventWaiter([&] {
+    eventResult = WaitForSingleObject(event, 60);
+    eventWaitOver = true;
+  });
+  std::thread timerWaiter([&] {
+    timerResult = WaitForSingleObject(timer, 5000);
+    timerWaitOver = true;
+  });
+  // Close only once each thread is inside its wait (or, on a machine loaded
+  // enough, already out of it): a wait that begins after the close fails,
+  // which is right, but not what is tested here.
+  while ((testing::WaitersOf(event) == 0 && !eventWaitOver) ||
+         (testing::WaitersOf(timer) == 0 && !timerWaitOver)) {
+    std::this_thread::yield();
+  }
   EXPECT_TRUE(CloseHandle(event));
   EXPECT_TRUE(CloseHandle(timer));
   // New objects may not take the slots of objects that waits still hold.

@@ -3,13 +3,15 @@
 #include <cstdint>
 
 #include "platform/posix/message_queue_posix.h"
+#include "platform/posix/message_thread_posix.h"
 
 namespace base {
 
+using platform::CurrentQueue;
 using platform::MessageQueue;
 
 void RunMessageLoop() {
-  MessageQueue* queue = MessageQueue::ForCurrentThread();
+  MessageQueue* queue = CurrentQueue();
   if (!queue)
     return;
   while (!queue->TakeQuit()) {
@@ -21,12 +23,12 @@ void RunMessageLoop() {
 }
 
 void QuitMessageLoop() {
-  if (MessageQueue* queue = MessageQueue::ForCurrentThread())
+  if (MessageQueue* queue = CurrentQueue())
     queue->RequestQuit();
 }
 
 unsigned PumpMessages(unsigned timeoutMs) {
-  MessageQueue* queue = MessageQueue::ForCurrentThread();
+  MessageQueue* queue = CurrentQueue();
   if (!queue)
     return 0;
   if (timeoutMs != 0)
@@ -35,7 +37,7 @@ unsigned PumpMessages(unsigned timeoutMs) {
 }
 
 int MessageLoopFd() {
-  MessageQueue* queue = MessageQueue::ForCurrentThread();
+  MessageQueue* queue = CurrentQueue();
   return queue ? queue->PollFd() : -1;
 }
 

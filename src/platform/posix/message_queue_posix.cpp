@@ -30,52 +30,12 @@
 namespace base::platform {
 namespace {
 
-thread_local MessageQueue* t_current = nullptr;
-// Set once the thread's queue has been torn down at thread exit; a queue made
-// after that would never be torn down.
-thread_local bool t_exiting = false;
-
 // Signed distance from `now` to `due`: positive while `due` lies ahead.
 std::int32_t TicksUntil(std::uint32_t due, std::uint32_t now) {
   return static_cast<std::int32_t>(due - now);
 }
 
 }  // namespace
-
-// Owns the thread's queue and tears it down when the thread ends: windows
-// still alive are destroyed as their owner would destroy them.
-struct QueueHolder {
-  std::shared_ptr<MessageQueue> queue;
-
-  ~QueueHolder() {
-    if (!queue)
-      return;
-    while (!queue->windows_.empty()) {
-      const WindowHandle window = queue->windows_.back();
-      if (!DestroyMessageWindow(window))
-        queue->RemoveWindow(window);
-    }
-    t_exiting = true;
-    t_current = nullptr;
-    queue->Shutdown();
-  }
-};
-
-namespace {
-thread_local QueueHolder t_holder;
-}  // namespace
-
-MessageQueue* MessageQueue::ForCurrentThread() {
-  if (t_current || t_exiting)
-    return t_current;
-  t_holder.queue = std::make_shared<MessageQueue>();
-  t_current = t_holder.queue.get();
-  return t_current;
-}
-
-MessageQueue* MessageQueue::CurrentIfAny() {
-  return t_current;
-}
 
 MessageQueue::~MessageQueue() {
   CloseFds();
@@ -362,8 +322,6 @@ void MessageQueue::CloseFds() {
 }
 
 void MessageQueue::Shutdown() {
-  // Other threads' lookups may keep this object alive for a while; they find
-  // its windows closed. Only the descriptors and what is queued go now.
   std::lock_guard<std::mutex> lock(mutex_);
   posted_.clear();
   timers_.clear();

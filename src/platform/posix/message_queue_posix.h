@@ -43,14 +43,10 @@ struct Window {
 // the earliest timer, both under one epoll descriptor. Due times are ticks,
 // so a shifted tick is seen at the next check; the real clock only decides
 // when the owner wakes up to look.
+//
+// The calling thread's queue is found through message_thread_posix.h.
 class MessageQueue : public std::enable_shared_from_this<MessageQueue> {
  public:
-  // The calling thread's queue, made at first use. Null once the thread has
-  // begun to exit: a queue made then would never be torn down.
-  static MessageQueue* ForCurrentThread();
-  // The calling thread's queue if it has one; never makes one.
-  static MessageQueue* CurrentIfAny();
-
   MessageQueue() = default;
   MessageQueue(const MessageQueue&) = delete;
   MessageQueue& operator=(const MessageQueue&) = delete;
@@ -67,6 +63,12 @@ class MessageQueue : public std::enable_shared_from_this<MessageQueue> {
   void Close(Window& window);
   void AddWindow(WindowHandle window);
   void RemoveWindow(WindowHandle window);
+  // Owner thread. The live windows, the newest last.
+  const std::vector<WindowHandle>& windows() const { return windows_; }
+  // Owner thread, once its windows are destroyed: drops what is queued and
+  // the descriptors. Other threads may still hold the queue through window
+  // records; they find those windows closed.
+  void Shutdown();
 
   // Owner thread. Dispatches the messages waiting now, then the timers due
   // now; returns how many were delivered. With `stopAtQuit`, returns early
@@ -111,7 +113,6 @@ class MessageQueue : public std::enable_shared_from_this<MessageQueue> {
   void ArmTimerFdLocked(std::uint32_t due, std::uint32_t now);
   void DisarmTimerFdLocked();
   void CloseFds();
-  void Shutdown();
 
   std::mutex mutex_;
   std::condition_variable wake_;
@@ -129,8 +130,6 @@ class MessageQueue : public std::enable_shared_from_this<MessageQueue> {
   // Owner thread only.
   std::vector<WindowHandle> windows_;
   bool quit_ = false;
-
-  friend struct QueueHolder;
 };
 
 }  // namespace base::platform

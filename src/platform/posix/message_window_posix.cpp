@@ -8,6 +8,7 @@
 #include <unordered_map>
 
 #include "platform/posix/message_queue_posix.h"
+#include "platform/posix/message_thread_posix.h"
 #include "platform/testing/message_window_testing.h"
 
 namespace base::platform {
@@ -38,40 +39,14 @@ struct Registry {
   std::uintptr_t lastHandle = 0x1000;
 };
 
-// Never destroyed: windows are destroyed from exit handlers and thread exits
-// that may run after the library's static destructors.
-Registry& GetRegistry() {
-  static Registry* const registry = new Registry;
-  return *registry;
-}
+// Made at load and destroyed after the exit-table entries that the library
+// adds at run time, which destroy their windows at unload.
+Registry g_registry;
 
 std::shared_ptr<Window> FindRegistered(WindowHandle handle) {
-  Registry& registry = GetRegistry();
-  std::lock_guard<std::mutex> lock(registry.mutex);
-  auto it = registry.windows.find(handle);
-  return it == registry.windows.end() ? nullptr : it->second;
-}
-
-// The windows a thread looked up last. Posters and procedures reach the same
-// few windows again and again, and the registry's lock is shared by every
-// thread of the process: this keeps that lock, and any shared count, off the
-// path of a post. An entry keeps its window's memory (not the window) alive
-// until it is replaced or the thread ends; a closed window is looked up anew
-// in the registry, where it is no longer found.
-struct RecentWindows {
-  static constexpr unsigned kSize = 4;
-  ~RecentWindows();
-  WindowHandle handles[kSize] = {};
-  std::shared_ptr<Window> windows[kSize];
-  unsigned next = 0;
-};
-thread_local RecentWindows t_recent;
-// The trap: at thread exit the memo may be destroyed before the thread's
-// queue, whose teardown still runs procedures that look windows up.
-thread_local bool t_recentGone = false;
-
-RecentWindows::~RecentWindows() {
-  t_recentGone = true;
+  std::lock_guard<std::mutex> lock(g_registry.mutex);
+  auto it = g_registry.windows.find(handle);
+  return it == g_registry.windows.end() ? nullptr : it->second;
 }
 
 // A looked-up window. Valid until the calling thread's next lookup: use it at
@@ -87,13 +62,16 @@ class Found {
 
  private:
   Window* window_ = nullptr;
-  std::shared_ptr<Window> keep_;  // only when the memo is gone
+  std::shared_ptr<Window> keep_;  // only for a thread without a memo
 };
 
+// A closed window is looked up anew in the registry, where it is no longer
+// found.
 Found Find(WindowHandle handle) {
-  if (t_recentGone)
+  RecentWindows* memo = CurrentRecentWindows();
+  if (!memo)
     return Found(FindRegistered(handle));
-  RecentWindows& recent = t_recent;
+  RecentWindows& recent = *memo;
   for (unsigned i = 0; i < RecentWindows::kSize; ++i) {
     if (recent.handles[i] == handle) {
       if (!recent.windows[i]->closed.load(std::memory_order_acquire))
@@ -111,15 +89,14 @@ Found Find(WindowHandle handle) {
 }
 
 std::shared_ptr<Window> Register(const wchar_t* className, MessageQueue& queue) {
-  Registry& registry = GetRegistry();
-  std::lock_guard<std::mutex> lock(registry.mutex);
-  auto cls = registry.classes.find(className);
-  if (cls == registry.classes.end())
+  std::lock_guard<std::mutex> lock(g_registry.mutex);
+  auto cls = g_registry.classes.find(className);
+  if (cls == g_registry.classes.end())
     return nullptr;
-  registry.lastHandle += 4;
-  const auto handle = reinterpret_cast<WindowHandle>(registry.lastHandle);
+  g_registry.lastHandle += 4;
+  const auto handle = reinterpret_cast<WindowHandle>(g_registry.lastHandle);
   auto window = std::make_shared<Window>(handle, cls->second, queue.shared_from_this());
-  registry.windows.emplace(handle, window);
+  g_registry.windows.emplace(handle, window);
   return window;
 }
 
@@ -131,10 +108,9 @@ class FinishDestruction {
   FinishDestruction(const FinishDestruction&) = delete;
   FinishDestruction& operator=(const FinishDestruction&) = delete;
   ~FinishDestruction() {
-    Registry& registry = GetRegistry();
     {
-      std::lock_guard<std::mutex> lock(registry.mutex);
-      registry.windows.erase(window_.handle);
+      std::lock_guard<std::mutex> lock(g_registry.mutex);
+      g_registry.windows.erase(window_.handle);
     }
     window_.queue->Close(window_);
     window_.queue->RemoveWindow(window_.handle);
@@ -149,9 +125,8 @@ class FinishDestruction {
 bool RegisterWindowClass(const wchar_t* className, WindowProcedure procedure) {
   if (!className || !procedure)
     return false;
-  Registry& registry = GetRegistry();
-  std::lock_guard<std::mutex> lock(registry.mutex);
-  return registry.classes.emplace(className, procedure).second;
+  std::lock_guard<std::mutex> lock(g_registry.mutex);
+  return g_registry.classes.emplace(className, procedure).second;
 }
 
 WindowHandle CreateMessageWindow(const wchar_t* className,
@@ -159,7 +134,7 @@ WindowHandle CreateMessageWindow(const wchar_t* className,
                                  void* creationParameter) {
   if (TakeFailure(g_creationsToFail))
     return nullptr;
-  MessageQueue* queue = className ? MessageQueue::ForCurrentThread() : nullptr;
+  MessageQueue* queue = className ? CurrentQueue() : nullptr;
   if (!queue)
     return nullptr;
   const std::shared_ptr<Window> window = Register(className, *queue);
@@ -183,7 +158,7 @@ void* CreationParameter(std::intptr_t createLParam) {
 
 bool DestroyMessageWindow(WindowHandle handle) {
   const std::shared_ptr<Window> window = FindRegistered(handle);
-  if (!window || window->queue.get() != MessageQueue::CurrentIfAny() || window->destroying)
+  if (!window || window->queue.get() != CurrentQueueIfAny() || window->destroying)
     return false;
   window->destroying = true;
   FinishDestruction finish(*window);

@@ -537,6 +537,20 @@ void FailNextEventCreation() {
   g_failNextEvent.store(true, std::memory_order_relaxed);
 }
 
+unsigned WaitersOf(HANDLE handle) {
+  std::uint32_t generation = 0;
+  Object* object = ObjectTable::Instance().Find(handle, generation);
+  if (!object)
+    return 0;
+  std::lock_guard<std::mutex> hold(object->lock);
+  if (!object->open || object->generation != generation)
+    return 0;
+  unsigned count = 0;
+  for (const WaitLink* link = object->head; link; link = link->next)
+    ++count;
+  return count;
+}
+
 }  // namespace testing
 }  // namespace base::platform
 
