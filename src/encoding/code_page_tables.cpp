@@ -17,9 +17,5 @@ CodePageTableSet::~CodePageTableSet() {
   byteMaps.clear();
 }
 
-// Both definitions may move into the one file that fixes the order of all the
-// library's statics; nothing here depends on where they live.
-CodePageTableSet CodePageTables;
-std::uint16_t scratchChar = 0;
 
 }  // namespace base

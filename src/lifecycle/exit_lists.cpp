@@ -2,10 +2,6 @@
 
 namespace base {
 
-// Definition order is construction order; see exit_lists.h.
-ExitCallBackList ExitSaveDataCallBacks;
-ExitCallBackList ExitCallBacks;
-
 void ExitCallBackList::Set(ExitCallBackFunc callback, void* param) {
   entries_.insert_or_assign(callback, param);
 }

@@ -31,6 +31,4 @@ void CurrentTaskMap::EraseCurrentTask() {
   tasksByThread.erase(thread);
 }
 
-CurrentTaskMap currentTaskMap;
-
 }  // namespace OrvThread
