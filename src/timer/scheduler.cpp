@@ -18,8 +18,7 @@ CTimerDetail* GetScheduler() {
 }
 
 void DeleteScheduler() {
-  CTimerBase* scheduler = g_scheduler;
-  delete scheduler;
+  delete g_scheduler;
   g_scheduler = nullptr;
 }
 

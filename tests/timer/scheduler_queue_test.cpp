@@ -92,6 +92,7 @@ void Posted(std::uintptr_t argument) {
 }
 
 TEST_F(SchedulerQueueTest, AnAsyncMessageWithAFunctionRunsOnlyTheFunction) {
+  g_posted = nullptr;
   ASSERT_TRUE(SetAsyncCallback(A, nullptr, nullptr));
   PumpMessages(0);  // A's own message
   ASSERT_TRUE(SetAsyncCallback(B, nullptr, nullptr));
@@ -109,6 +110,7 @@ void CountRun(void*, void*) {
 }
 
 TEST_F(SchedulerQueueTest, WorkersQueueWhileABatchRuns) {
+  g_runs = 0;
   constexpr int kWorkers = 4;
   constexpr int kPerWorker = 200;
   std::atomic<bool> go{false};
@@ -155,6 +157,8 @@ void IdleWork(void*, void*) {
 }
 
 TEST_F(SchedulerQueueTest, IdleCallbacksNeverOverlapAcrossThreads) {
+  g_idleRuns = 0;
+  g_overlaps = 0;
   constexpr int kCallbacks = 100;
   for (int i = 1; i <= kCallbacks; ++i)
     ASSERT_TRUE(SetIdleCallback(IdleWork, nullptr, Owner(i)));
