@@ -1,0 +1,1 @@
+base_add_bench(scheduler_bench scheduler_bench.cpp)
