@@ -16,6 +16,11 @@ using Lock = boost::unique_lock<boost::recursive_mutex>;
 
 ThreadManagement* g_threadManagement = nullptr;
 
+// The object is made once and never destroyed. It lives in static storage
+// rather than on the heap, so that once its tasks are stopped nothing of it
+// outlives an unload of the library.
+alignas(ThreadManagement) unsigned char g_threadManagementStorage[sizeof(ThreadManagement)];
+
 // The pool's hint for long functions, set on systems before major version 6.
 // A failed query counts as version 0.
 std::uint32_t QueueFlagsForThisSystem() {
@@ -79,7 +84,8 @@ void ThreadManagement::JoinAll() {
 
 void ThreadManagement::ClearTasks() {
   Lock hold(tasksLock);
-  tasks.clear();
+  // Gives the list's block back too: see g_threadManagementStorage.
+  std::vector<ThreadTask*>().swap(tasks);
 }
 
 ThreadManagement* GetThreadManagement() {
@@ -88,7 +94,7 @@ ThreadManagement* GetThreadManagement() {
 
 bool InitThreadManagement() {
   if (g_threadManagement == nullptr)
-    g_threadManagement = new (std::nothrow) ThreadManagement(QueueFlagsForThisSystem());
+    g_threadManagement = new (g_threadManagementStorage) ThreadManagement(QueueFlagsForThisSystem());
   return g_threadManagement != nullptr;
 }
 

@@ -7,19 +7,7 @@
 #include <atomic>
 #include <cstdint>
 
-#if defined(__SANITIZE_ADDRESS__)
-#include <sanitizer/lsan_interface.h>
-#endif
-
 namespace {
-
-// The module's task manager is never freed by design; after dlclose nothing
-// points at it any more.
-struct IgnoreLeaks {
-#if defined(__SANITIZE_ADDRESS__)
-  __lsan::ScopedDisabler disabler;
-#endif
-};
 
 class Module {
  public:
@@ -45,7 +33,6 @@ class Module {
 };
 
 TEST(ThreadModuleTest, FreshLoadNumbersTasksFromOneAndFlagsFollowTheOsVersion) {
-  IgnoreLeaks ignore;
   {
     Module module;
     std::uint32_t first = 0;
@@ -74,7 +61,6 @@ void OnFreed() {
 // when the stop returns; the unload must wait for them before the map and the
 // code go.
 TEST(ThreadModuleTest, UnloadRightAfterTheStopWaitsForWorkersStillLeavingARun) {
-  IgnoreLeaks ignore;
   constexpr int kTasks = 50;
   for (int round = 0; round < 10; ++round) {
     g_freed = 0;
