@@ -14,9 +14,11 @@
 namespace base::platform {
 namespace {
 
-// Failures that tests have asked for; each call that fails takes one.
+// What tests have asked for: failures (each call that fails takes one), and
+// an observer of destructions.
 std::atomic<unsigned> g_creationsToFail{0};
 std::atomic<unsigned> g_postsToFail{0};
+std::atomic<void (*)(WindowHandle)> g_destructionObserver{nullptr};
 
 bool TakeFailure(std::atomic<unsigned>& toFail) {
   unsigned left = toFail.load(std::memory_order_relaxed);
@@ -161,6 +163,8 @@ bool DestroyMessageWindow(WindowHandle handle) {
   if (!window || window->queue.get() != CurrentQueueIfAny() || window->destroying)
     return false;
   window->destroying = true;
+  if (const auto observer = g_destructionObserver.load(std::memory_order_relaxed))
+    observer(handle);
   FinishDestruction finish(*window);
   window->procedure(handle, kMessageDestroy, 0, 0);
   return true;
@@ -208,6 +212,10 @@ void FailWindowCreations(unsigned count) {
 
 void FailWindowPosts(unsigned count) {
   g_postsToFail.store(count, std::memory_order_relaxed);
+}
+
+void ObserveWindowDestruction(void (*observer)(WindowHandle window)) {
+  g_destructionObserver.store(observer, std::memory_order_relaxed);
 }
 
 }  // namespace testing
