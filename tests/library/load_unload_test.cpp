@@ -2,12 +2,12 @@
 // the exit table takes things down at dlclose, and that a load after an unload
 // starts afresh. The library's objects are loaded as a module of their own
 // (see lifecycle_module.cpp), on the test's main thread as a host would.
-#include <dlfcn.h>
-
 #include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
+
+#include "support/test_module.h"
 
 namespace {
 
@@ -22,30 +22,9 @@ void CountExitCallback(void*) {
   ++g_exitCallbacksRun;
 }
 
-class Module {
+class Module : public base::testing::TestModule {
  public:
-  Module() : handle_(dlopen(BASE_LIFECYCLE_MODULE_PATH, RTLD_NOW | RTLD_LOCAL)) {
-    EXPECT_NE(handle_, nullptr) << dlerror();
-  }
-  ~Module() {
-    if (handle_ != nullptr)
-      Unload();
-  }
-  template <typename Result, typename... Args>
-  Result Call(const char* entry, Args... args) {
-    auto function = reinterpret_cast<Result (*)(Args...)>(dlsym(handle_, entry));
-    EXPECT_NE(function, nullptr) << entry;
-    return function(args...);
-  }
-  // Unloads and checks that the object is really gone, not kept mapped.
-  void Unload() {
-    EXPECT_EQ(dlclose(handle_), 0);
-    handle_ = nullptr;
-    EXPECT_EQ(dlopen(BASE_LIFECYCLE_MODULE_PATH, RTLD_NOW | RTLD_NOLOAD), nullptr);
-  }
-
- private:
-  void* handle_;
+  Module() : TestModule(BASE_LIFECYCLE_MODULE_PATH) {}
 };
 
 TEST(LoadUnloadTest, NothingIsMadeWithoutACallAndUnfiredExitCallbacksAreDropped) {

@@ -1,35 +1,18 @@
 // Facts of a fresh load of the library, and an unload right after the stop of
 // all tasks, on the library's objects loaded as a module of their own.
-#include <dlfcn.h>
 
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <cstdint>
 
+#include "support/test_module.h"
+
 namespace {
 
-class Module {
+class Module : public base::testing::TestModule {
  public:
-  Module() : handle_(dlopen(BASE_THREAD_MODULE_PATH, RTLD_NOW | RTLD_LOCAL)) {
-    EXPECT_NE(handle_, nullptr) << dlerror();
-  }
-  ~Module() {
-    if (handle_ != nullptr)
-      Unload();
-  }
-  template <typename F>
-  F Entry(const char* name) {
-    return reinterpret_cast<F>(dlsym(handle_, name));
-  }
-  void Unload() {
-    EXPECT_EQ(dlclose(handle_), 0);
-    handle_ = nullptr;
-    EXPECT_EQ(dlopen(BASE_THREAD_MODULE_PATH, RTLD_NOW | RTLD_NOLOAD), nullptr);
-  }
-
- private:
-  void* handle_;
+  Module() : TestModule(BASE_THREAD_MODULE_PATH) {}
 };
 
 TEST(ThreadModuleTest, FreshLoadNumbersTasksFromOneAndFlagsFollowTheOsVersion) {
@@ -37,7 +20,7 @@ TEST(ThreadModuleTest, FreshLoadNumbersTasksFromOneAndFlagsFollowTheOsVersion) {
     Module module;
     std::uint32_t first = 0;
     std::uint32_t second = 0;
-    module.Entry<void (*)(std::uint32_t*, std::uint32_t*)>("BaseTestFirstIds")(&first, &second);
+    module.Call<void, std::uint32_t*, std::uint32_t*>("BaseTestFirstIds", &first, &second);
     EXPECT_EQ(first, 1u);
     EXPECT_EQ(second, 2u);
   }
@@ -47,8 +30,8 @@ TEST(ThreadModuleTest, FreshLoadNumbersTasksFromOneAndFlagsFollowTheOsVersion) {
   } cases[] = {{5, 0x10}, {6, 0}, {10, 0}, {-1, 0x10}};
   for (const auto& c : cases) {
     Module module;
-    EXPECT_EQ(module.Entry<std::uint32_t (*)(int)>("BaseTestQueueFlagsFor")(c.major), c.flags)
-        << "major version " << c.major;
+    const std::uint32_t flags = module.Call<std::uint32_t, int>("BaseTestQueueFlagsFor", c.major);
+    EXPECT_EQ(flags, c.flags) << "major version " << c.major;
   }
 }
 
@@ -65,7 +48,7 @@ TEST(ThreadModuleTest, UnloadRightAfterTheStopWaitsForWorkersStillLeavingARun) {
   for (int round = 0; round < 10; ++round) {
     g_freed = 0;
     Module module;
-    module.Entry<void (*)(int, void (*)())>("BaseTestPostAndStop")(kTasks, &OnFreed);
+    module.Call<void, int, void (*)()>("BaseTestPostAndStop", kTasks, &OnFreed);
     module.Unload();
     EXPECT_EQ(g_freed.load(), kTasks);
   }
