@@ -1,0 +1,32 @@
+// Blocks of bytes shared by Buffer and CommonPack. A pack hands its output block
+// to a Buffer (GetBufferOut), which later releases it, so both classes must
+// allocate and release through the same pair of functions.
+#ifndef BASE_PACK_BLOCK_H_
+#define BASE_PACK_BLOCK_H_
+
+#include <cstring>
+#include <new>
+
+namespace base {
+
+// A block of `n` bytes (n > 0) from the scalar allocation function; throws
+// std::bad_alloc. The bytes are not initialised.
+inline unsigned char* AllocateBlock(unsigned int n) {
+  return static_cast<unsigned char*>(::operator new(n));
+}
+
+// The same, filled with zero bytes.
+inline unsigned char* AllocateZeroedBlock(unsigned int n) {
+  unsigned char* block = AllocateBlock(n);
+  std::memset(block, 0, n);
+  return block;
+}
+
+// Releases a block of AllocateBlock; null is ignored.
+inline void ReleaseBlock(unsigned char* block) {
+  ::operator delete(block);
+}
+
+}  // namespace base
+
+#endif  // BASE_PACK_BLOCK_H_
