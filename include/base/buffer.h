@@ -35,13 +35,13 @@ class BASE_EXPORT Buffer {
   // raised to a multiple of `n`. `n` 0 is refused with false.
   bool SetAllocBase(unsigned int n);
 
-  bool IsEmpty() const;
+  bool IsEmpty() const { return data == nullptr; }
   // Releases the block; always true.
   bool Empty();
 
   // The block, or null when empty. The buffer stays the owner.
-  unsigned char* GetNativeBuf() const;
-  unsigned int GetSize() const;
+  unsigned char* GetNativeBuf() const { return data; }
+  unsigned int GetSize() const { return size; }
   // The byte at `i`, or 0 when `i` is not below the size: a stored 0 and an
   // index out of range look alike.
   unsigned char GetAt(unsigned int i) const;

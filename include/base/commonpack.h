@@ -203,14 +203,20 @@ class BASE_EXPORT CommonPack {
 
  protected:
   // The mode latch: the first call decides the mode, later calls compare.
-  bool CheckRunMode(RunMode mode);
+  // Inline: every field operation runs it.
+  bool CheckRunMode(RunMode mode) {
+    if (runMode == ModeNone)
+      runMode = mode;
+    return runMode == mode;
+  }
   // Room for `n` more output bytes: doubles when that is enough, otherwise
   // grows by whole steps of growLen. False beyond 0x3FFFFFFF bytes.
   bool CheckBuffer(unsigned int n);
   // Makes the output block at least `n` bytes, keeping what was written.
   bool GrowBuffer(unsigned int n);
-  // True when `n` more input bytes can be read.
-  bool CheckOutOverflow(unsigned int n);
+  // True when `n` more input bytes can be read. Not inPos + n <= inLen: that
+  // sum can wrap.
+  bool CheckOutOverflow(unsigned int n) const { return n <= inLen - inPos; }
 
   // Variable-width fields: a big-endian head of the type's width, then the
   // bytes. `netOrder` false reads a 2- or 4-byte head little-endian and makes a
@@ -233,6 +239,8 @@ class BASE_EXPORT CommonPack {
                     int headBytes,
                     bool netOrder);
   bool GetHeaded(Buffer& dst, int headBytes);
+  // CheckBuffer with its common case, room in the block, decided inline.
+  bool HasRoom(unsigned int n);
   bool ReadHead(OrvCommPackDataType type, bool netOrder, unsigned int& len);
   void ReleaseBlocks();
 

@@ -39,21 +39,9 @@ bool Buffer::SetAllocBase(unsigned int n) {
   return true;
 }
 
-bool Buffer::IsEmpty() const {
-  return data == nullptr;
-}
-
 bool Buffer::Empty() {
   Release();
   return true;
-}
-
-unsigned char* Buffer::GetNativeBuf() const {
-  return data;
-}
-
-unsigned int Buffer::GetSize() const {
-  return size;
 }
 
 unsigned char Buffer::GetAt(unsigned int i) const {

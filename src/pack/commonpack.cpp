@@ -10,12 +10,9 @@
 #include <new>
 
 #include "pack/block.h"
+#include "pack/output_limit.h"
 
 namespace {
-
-// No single addition and no output beyond this many bytes: the output then
-// stays addressable by a non-negative 32-bit int, as GetBufferByteLeft needs.
-constexpr unsigned int kMaxOutput = 0x3FFFFFFF;
 
 struct BlockDeleter {
   void operator()(unsigned char* block) const { base::ReleaseBlock(block); }
@@ -96,14 +93,6 @@ CommonPack::RunMode CommonPack::GetRunMode() const {
   return runMode;
 }
 
-bool CommonPack::CheckRunMode(RunMode mode) {
-  if (runMode == ModeNone) {
-    runMode = mode;
-    return true;
-  }
-  return runMode == mode;
-}
-
 void CommonPack::SetGrowLen(unsigned int n) {
   growLen = n == 0 ? 1 : n;
 }
@@ -165,7 +154,7 @@ bool CommonPack::CopyBufferOut(Buffer& out) const {
 }
 
 bool CommonPack::CheckBuffer(unsigned int n) {
-  if (n > kMaxOutput || outLen > kMaxOutput)
+  if (n > base::kMaxOutput || outLen > base::kMaxOutput)
     return false;
   const unsigned int free = outCap - outLen;
   if (free >= n)
@@ -235,11 +224,6 @@ bool CommonPack::CopyDecodeBufferOut(unsigned char* dst, unsigned int& len) cons
 
 int CommonPack::GetBufferByteLeft() const {
   return runMode == ModeDecode ? static_cast<int>(inLen - inPos) : 0;
-}
-
-bool CommonPack::CheckOutOverflow(unsigned int n) {
-  // Not inPos + n <= inLen: that sum can wrap.
-  return n <= inLen - inPos;
 }
 
 bool CommonPack::JumpByte() {

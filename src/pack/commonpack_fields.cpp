@@ -8,7 +8,9 @@
 #include <new>
 
 #include "base/commonpack.h"
+#include "pack/block.h"
 #include "pack/byte_order.h"
+#include "pack/output_limit.h"
 
 namespace {
 
@@ -31,9 +33,15 @@ const unsigned char* TextBytes(const char* s) {
 
 // --- Writers ---
 
+inline bool CommonPack::HasRoom(unsigned int n) {
+  if (n <= base::kMaxOutput && outLen <= base::kMaxOutput && n <= outCap - outLen)
+    return true;
+  return CheckBuffer(n);
+}
+
 template <typename T>
 bool CommonPack::AddFixed(T v, bool netOrder) {
-  if (!CheckRunMode(ModeEncode) || !CheckBuffer(sizeof(T)))
+  if (!CheckRunMode(ModeEncode) || !HasRoom(sizeof(T)))
     return false;
   if (netOrder)
     v = base::ReverseBytes(v);
@@ -71,9 +79,9 @@ bool CommonPack::AddBuf(const unsigned char* p, unsigned int n) {
     return false;
   if (n == 0)
     return true;
-  if (p == nullptr || !CheckBuffer(n))
+  if (p == nullptr || !HasRoom(n))
     return false;
-  std::memcpy(outBuf + outLen, p, n);
+  base::CopyBytes(outBuf + outLen, p, n);
   outLen += n;
   return true;
 }
@@ -206,7 +214,7 @@ bool CommonPack::GetBuf(unsigned char* dst, int n, bool advance) {
       !CheckOutOverflow(static_cast<unsigned int>(n)))
     return false;
   if (n > 0)
-    std::memcpy(dst, inBuf + inPos, static_cast<unsigned int>(n));
+    base::CopyBytes(dst, inBuf + inPos, static_cast<unsigned int>(n));
   if (advance)
     inPos += static_cast<unsigned int>(n);
   return true;
@@ -241,7 +249,7 @@ bool CommonPack::GetHeaded(Buffer& dst, int headBytes) {
   dst.Resize(len);
   if (runMode != ModeDecode || len == 0 || !CheckOutOverflow(len))
     return false;
-  std::memcpy(dst.GetNativeBuf(), inBuf + inPos, len);
+  base::CopyBytes(dst.GetNativeBuf(), inBuf + inPos, len);
   inPos += len;
   return true;
 }
