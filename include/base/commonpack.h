@@ -31,6 +31,7 @@
 #ifndef BASE_COMMONPACK_H_
 #define BASE_COMMONPACK_H_
 
+#include <cstring>
 #include <string>
 
 #include "base/buffer.h"
@@ -83,10 +84,10 @@ class BASE_EXPORT CommonPack {
   bool CopyBufferOut(Buffer& out) const;
 
   // Fixed-width fields.
-  bool AddBYTE(unsigned char v);
-  bool AddWORD(unsigned short v, bool netOrder);
-  bool AddDWORD(unsigned int v, bool netOrder);
-  bool AddUINT64(unsigned long long v, bool netOrder);
+  bool AddBYTE(unsigned char v) { return AddFixed(v, false); }
+  bool AddWORD(unsigned short v, bool netOrder) { return AddFixed(v, netOrder); }
+  bool AddDWORD(unsigned int v, bool netOrder) { return AddFixed(v, netOrder); }
+  bool AddUINT64(unsigned long long v, bool netOrder) { return AddFixed(v, netOrder); }
   // Overwrites 2 bytes already written at `offset` (up to GetBufferOutLen() - 2).
   // Does not look at the mode.
   bool SetWORD(unsigned short v, unsigned int offset, bool netOrder);
@@ -144,10 +145,16 @@ class BASE_EXPORT CommonPack {
   // Fixed-width fields; `advance` false looks ahead. On failure a `netOrder`
   // true reader leaves `v` byte-reversed from what it held on entry, and
   // `netOrder` false leaves it unchanged.
-  bool GetBYTE(unsigned char& v, bool advance = true);
-  bool GetWORD(unsigned short& v, bool netOrder, bool advance = true);
-  bool GetDWORD(unsigned int& v, bool netOrder, bool advance = true);
-  bool GetUINT64(unsigned long long& v, bool netOrder, bool advance = true);
+  bool GetBYTE(unsigned char& v, bool advance = true) { return GetFixed(v, false, advance); }
+  bool GetWORD(unsigned short& v, bool netOrder, bool advance = true) {
+    return GetFixed(v, netOrder, advance);
+  }
+  bool GetDWORD(unsigned int& v, bool netOrder, bool advance = true) {
+    return GetFixed(v, netOrder, advance);
+  }
+  bool GetUINT64(unsigned long long& v, bool netOrder, bool advance = true) {
+    return GetFixed(v, netOrder, advance);
+  }
 
   // Raw bytes of a length the caller knows. On failure (negative or too large
   // `n`, null destination) the destination and the cursor are unchanged.
@@ -229,18 +236,61 @@ class BASE_EXPORT CommonPack {
                bool netOrder = true);
 
  private:
+  // No single addition and no output beyond this: the output then always
+  // stays countable by a non-negative 32-bit int.
+  static constexpr unsigned int MaxOutLen = 0x3FFFFFFF;
+
+  // The fixed-width fields are defined here, not in the library, so that the
+  // compiler can inline them into the caller: they are most of the fields of a
+  // message, and a call per field costs more than the field itself. Everything
+  // but the common case (a decided mode, room in the block) goes out of line.
+  // Compiles to one bswap/rol.
   template <typename T>
-  bool AddFixed(T v, bool netOrder);
+  static T ReverseBytes(T v) {
+    T reversed = 0;
+    for (unsigned int i = 0; i < sizeof(T); ++i, v >>= 8)
+      reversed = static_cast<T>((reversed << 8) | (v & 0xFF));
+    return reversed;
+  }
+
+  // CheckBuffer with its common case, room in the block, decided inline.
+  bool HasRoom(unsigned int n) {
+    return (n <= MaxOutLen && outLen <= MaxOutLen && n <= outCap - outLen) || CheckBuffer(n);
+  }
+
   template <typename T>
-  bool GetFixed(T& v, bool netOrder, bool advance);
+  bool AddFixed(T v, bool netOrder) {
+    if (!CheckRunMode(ModeEncode) || !HasRoom(sizeof(T)))
+      return false;
+    if (netOrder)
+      v = ReverseBytes(v);
+    std::memcpy(outBuf + outLen, &v, sizeof(T));
+    outLen += sizeof(T);
+    return true;
+  }
+
+  // The reversal of a network-order read runs after a failure too, so that
+  // `v` is then its entry value byte-reversed. Callers may rely on exactly
+  // that state: do not move the reversal inside the success branch.
+  template <typename T>
+  bool GetFixed(T& v, bool netOrder, bool advance) {
+    bool ok = false;
+    if (CheckRunMode(ModeDecode) && CheckOutOverflow(sizeof(T))) {
+      std::memcpy(&v, inBuf + inPos, sizeof(T));
+      if (advance)
+        inPos += sizeof(T);
+      ok = true;
+    }
+    if (netOrder)
+      v = ReverseBytes(v);
+    return ok;
+  }
   bool AddLenHeaded(const unsigned char* p,
                     unsigned int n,
                     unsigned int limit,
                     int headBytes,
                     bool netOrder);
   bool GetHeaded(Buffer& dst, int headBytes);
-  // CheckBuffer with its common case, room in the block, decided inline.
-  bool HasRoom(unsigned int n);
   bool ReadHead(OrvCommPackDataType type, bool netOrder, unsigned int& len);
   void ReleaseBlocks();
 

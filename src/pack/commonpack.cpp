@@ -10,7 +10,12 @@
 #include <new>
 
 #include "pack/block.h"
-#include "pack/output_limit.h"
+
+// Fixed-width fields go on the wire in the host's memory order, reversed for
+// network order: `netOrder` false means little-endian only on such a host.
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ != __ORDER_LITTLE_ENDIAN__
+#error "the wire format assumes a little-endian host"
+#endif
 
 namespace {
 
@@ -154,7 +159,7 @@ bool CommonPack::CopyBufferOut(Buffer& out) const {
 }
 
 bool CommonPack::CheckBuffer(unsigned int n) {
-  if (n > base::kMaxOutput || outLen > base::kMaxOutput)
+  if (n > MaxOutLen || outLen > MaxOutLen)
     return false;
   const unsigned int free = outCap - outLen;
   if (free >= n)

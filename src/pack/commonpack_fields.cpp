@@ -9,8 +9,6 @@
 
 #include "base/commonpack.h"
 #include "pack/block.h"
-#include "pack/byte_order.h"
-#include "pack/output_limit.h"
 
 namespace {
 
@@ -33,43 +31,10 @@ const unsigned char* TextBytes(const char* s) {
 
 // --- Writers ---
 
-inline bool CommonPack::HasRoom(unsigned int n) {
-  if (n <= base::kMaxOutput && outLen <= base::kMaxOutput && n <= outCap - outLen)
-    return true;
-  return CheckBuffer(n);
-}
-
-template <typename T>
-bool CommonPack::AddFixed(T v, bool netOrder) {
-  if (!CheckRunMode(ModeEncode) || !HasRoom(sizeof(T)))
-    return false;
-  if (netOrder)
-    v = base::ReverseBytes(v);
-  std::memcpy(outBuf + outLen, &v, sizeof(T));
-  outLen += sizeof(T);
-  return true;
-}
-
-bool CommonPack::AddBYTE(unsigned char v) {
-  return AddFixed<std::uint8_t>(v, false);
-}
-
-bool CommonPack::AddWORD(unsigned short v, bool netOrder) {
-  return AddFixed<std::uint16_t>(v, netOrder);
-}
-
-bool CommonPack::AddDWORD(unsigned int v, bool netOrder) {
-  return AddFixed<std::uint32_t>(v, netOrder);
-}
-
-bool CommonPack::AddUINT64(unsigned long long v, bool netOrder) {
-  return AddFixed<std::uint64_t>(v, netOrder);
-}
-
 bool CommonPack::SetWORD(unsigned short v, unsigned int offset, bool netOrder) {
   if (outLen < 2 || offset > outLen - 2)
     return false;
-  const std::uint16_t wire = netOrder ? base::ReverseBytes(static_cast<std::uint16_t>(v)) : v;
+  const std::uint16_t wire = netOrder ? ReverseBytes(v) : v;
   std::memcpy(outBuf + offset, &wire, sizeof(wire));
   return true;
 }
@@ -151,51 +116,6 @@ bool CommonPack::AddStrLenDWord(const char* s, bool netOrder) {
 }
 
 // --- Readers ---
-
-// The reversal of a network-order read runs after a failure too, so that `v`
-// is then its entry value byte-reversed. Callers may rely on exactly that state:
-// do not move the reversal inside the success branch.
-template <typename T>
-bool CommonPack::GetFixed(T& v, bool netOrder, bool advance) {
-  bool ok = false;
-  if (CheckRunMode(ModeDecode) && CheckOutOverflow(sizeof(T))) {
-    std::memcpy(&v, inBuf + inPos, sizeof(T));
-    if (advance)
-      inPos += sizeof(T);
-    ok = true;
-  }
-  if (netOrder)
-    v = base::ReverseBytes(v);
-  return ok;
-}
-
-bool CommonPack::GetBYTE(unsigned char& v, bool advance) {
-  std::uint8_t byte = v;
-  const bool ok = GetFixed(byte, false, advance);
-  v = byte;
-  return ok;
-}
-
-bool CommonPack::GetWORD(unsigned short& v, bool netOrder, bool advance) {
-  std::uint16_t word = v;
-  const bool ok = GetFixed(word, netOrder, advance);
-  v = word;
-  return ok;
-}
-
-bool CommonPack::GetDWORD(unsigned int& v, bool netOrder, bool advance) {
-  std::uint32_t dword = v;
-  const bool ok = GetFixed(dword, netOrder, advance);
-  v = dword;
-  return ok;
-}
-
-bool CommonPack::GetUINT64(unsigned long long& v, bool netOrder, bool advance) {
-  std::uint64_t qword = v;
-  const bool ok = GetFixed(qword, netOrder, advance);
-  v = qword;
-  return ok;
-}
 
 bool CommonPack::GetBuf(Buffer& dst, int n, bool advance) {
   if (!CheckRunMode(ModeDecode) || n < 0 || !CheckOutOverflow(static_cast<unsigned int>(n)))
