@@ -248,7 +248,7 @@ class BASE_EXPORT CommonPack {
   template <typename T>
   static T ReverseBytes(T v) {
     T reversed = 0;
-    for (unsigned int i = 0; i < sizeof(T); ++i, v >>= 8)
+    for (unsigned int i = 0; i < sizeof(T); ++i, v = static_cast<T>(v >> 8))
       reversed = static_cast<T>((reversed << 8) | (v & 0xFF));
     return reversed;
   }

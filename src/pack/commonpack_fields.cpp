@@ -5,7 +5,6 @@
 // failed read leaves in its destination. Keep it when changing the code.
 #include <cstdint>
 #include <cstring>
-#include <new>
 
 #include "base/commonpack.h"
 #include "pack/block.h"
