@@ -244,6 +244,7 @@ class BASE_EXPORT CommonPack {
   // compiler can inline them into the caller: they are most of the fields of a
   // message, and a call per field costs more than the field itself. Everything
   // but the common case (a decided mode, room in the block) goes out of line.
+
   // Compiles to one bswap/rol.
   template <typename T>
   static T ReverseBytes(T v) {
@@ -285,6 +286,7 @@ class BASE_EXPORT CommonPack {
       v = ReverseBytes(v);
     return ok;
   }
+
   bool AddLenHeaded(const unsigned char* p,
                     unsigned int n,
                     unsigned int limit,
