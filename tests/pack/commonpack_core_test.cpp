@@ -75,6 +75,12 @@ TEST(CommonPackCoreTest, GetBufferOutMovesTheBlockAndWritingGoesOn) {
   ASSERT_TRUE(pack.AddBYTE(7));
   EXPECT_EQ(Output(pack), Bytes{7});
   EXPECT_EQ(out.GetSize(), 2u);  // the Buffer's block is its own now
+  // Its capacity is what was written, not the pack's block: the slack behind
+  // is never exposed, and growing makes a new block.
+  unsigned char* block = out.GetNativeBuf();
+  unsigned char* grown = out.Resize(3);
+  EXPECT_NE(grown, block);
+  EXPECT_EQ(out.GetAt(2), 0);
 }
 
 TEST(CommonPackCoreTest, OutputDoublesOrGrowsByWholeSteps) {
