@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -206,6 +207,31 @@ TEST(CommonPackFieldsTest, HeadedReadsReportAndConsumeAsDocumented) {
   std::string text;
   EXPECT_TRUE(withZero.pack.GetStrByteLenHead(text));
   EXPECT_EQ(text, std::string("x\0y", 3));
+}
+
+// Short runs are copied differently from long ones; every length up to past
+// the switch must come back byte for byte, in every read form.
+TEST(CommonPackFieldsTest, RawRunsOfEveryShortLengthRoundTrip) {
+  Bytes source(40);
+  for (std::size_t i = 0; i < source.size(); ++i)
+    source[i] = static_cast<unsigned char>(i * 7 + 1);
+  CommonPack writer;
+  for (unsigned int n = 0; n <= 40; ++n)
+    ASSERT_TRUE(writer.AddBuf(source.data(), n));
+  Buffer out;
+  ASSERT_TRUE(writer.GetBufferOut(out));
+  CommonPack reader;
+  reader.SetBufferIn(out, false);
+  for (int n = 0; n <= 40; ++n) {
+    Bytes raw(n + 1, 0xEE);
+    ASSERT_TRUE(reader.GetBuf(raw.data(), n, false));
+    Buffer copy;
+    ASSERT_TRUE(reader.GetBuf(copy, n));
+    EXPECT_TRUE(std::equal(source.begin(), source.begin() + n, raw.begin())) << n;
+    EXPECT_EQ(raw[n], 0xEE) << n;  // nothing written past the run
+    EXPECT_EQ(copy.Compare(source.data(), n), 0) << n;
+  }
+  EXPECT_EQ(reader.GetBufferByteLeft(), 0);
 }
 
 TEST(CommonPackFieldsTest, RawReadsInAllThreeForms) {
