@@ -1,0 +1,1 @@
+base_add_fuzzer(pack_fuzz pack_fuzz.cpp)
