@@ -23,7 +23,8 @@ MODULE_ENTRY std::uint32_t BaseTestQueueFlagsFor(int major) {
   return OrvThread::GetThreadManagement()->QueueFlags();
 }
 
-// The ids of the first two tasks of this load.
+// The ids of the first two tasks of this load. Stops task management before
+// it returns, as a host must before it unloads the library.
 MODULE_ENTRY void BaseTestFirstIds(std::uint32_t* first, std::uint32_t* second) {
   OrvThread::InitThreadManagement();
   OrvThread::ThreadTaskPtr a = OrvThread::PostThreadTask(Method<void()>());
@@ -32,6 +33,7 @@ MODULE_ENTRY void BaseTestFirstIds(std::uint32_t* first, std::uint32_t* second) 
   *second = b->GetId();
   a->Join();
   b->Join();
+  OrvThread::FInitThreadManagement();
 }
 
 namespace {
