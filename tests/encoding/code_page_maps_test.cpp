@@ -39,7 +39,11 @@ TEST(CodePageMapsTest, DoubleBytePagesMarkTheirLeadBytes) {
   ASSERT_NE(sjis, nullptr);
   EXPECT_EQ(CountOf(sjis, kLeadByte), 60);
   EXPECT_EQ(sjis[0x9F], kLeadByte);
-  EXPECT_EQ(sjis[0xA0], kInvalidByte);
+  // Windows' single-byte end points and private-use bytes, which ICU lacks.
+  EXPECT_EQ(sjis[0x80], 0x80);
+  EXPECT_EQ(sjis[0xA0], 0xF8F0);
+  EXPECT_EQ(sjis[0xFD], 0xF8F1);
+  EXPECT_EQ(sjis[0xFF], 0xF8F3);
   EXPECT_EQ(sjis[0xA1], 0xFF61);  // halfwidth katakana are single bytes
   EXPECT_EQ(sjis[0xDF], 0xFF9F);
   EXPECT_EQ(sjis[0xE0], kLeadByte);
@@ -49,6 +53,15 @@ TEST(CodePageMapsTest, DoubleBytePagesMarkTheirLeadBytes) {
   EXPECT_EQ(sjis[0x1A], 0x1A);
   EXPECT_EQ(sjis[0x1C], 0x1C);
   EXPECT_EQ(sjis[0x7F], 0x7F);
+
+  const int* greek = GetCPMap(1253);
+  ASSERT_NE(greek, nullptr);
+  EXPECT_EQ(greek[0xAA], 0xF8F9);
+  EXPECT_EQ(greek[0xD2], 0xF8FA);
+  EXPECT_EQ(greek[0xA2], 0x0386);
+  const int* dos = GetCPMap(437);
+  ASSERT_NE(dos, nullptr);
+  EXPECT_EQ(dos[0xE6], 0xB5);  // the micro sign, not the Greek mu
 
   for (int page : {949, 950}) {
     const int* map = GetCPMap(page);

@@ -53,6 +53,11 @@ std::string ConverterName(std::uint32_t page) {
       return "US-ASCII";
     case kUtf8Page:
       return "UTF-8";
+    case 860:  // DOS pages that ICU carries under their IBM names only
+    case 863:
+    case 864:
+    case 865:
+      return "ibm-" + std::to_string(page);
     case 1200:  // UTF-16 is not a multibyte page on Windows; ICU would open it.
     case 1201:
       return "";
@@ -119,6 +124,37 @@ bool IsRotatedControl(char byte) {
   for (char control : kRotatedControls) {
     if (byte == control)
       return true;
+  }
+  return false;
+}
+
+// Single bytes that Windows maps and ICU's tables of the same page do not, or
+// map elsewhere, as Microsoft's published tables give them: 932's end points
+// and private-use bytes, 1253's private-use bytes, the C1 bytes of 720, the
+// micro sign of the DOS pages (ICU has the Greek mu), and a few signs of 852,
+// 864 and 869.
+struct ByteOverride {
+  std::uint32_t page;
+  unsigned char byte;
+  std::uint16_t unit;
+};
+constexpr ByteOverride kWindowsByteOverrides[] = {
+    {932, 0x80, 0x0080}, {932, 0xA0, 0xF8F0},  {932, 0xFD, 0xF8F1},  {932, 0xFE, 0xF8F2},
+    {932, 0xFF, 0xF8F3}, {1253, 0xAA, 0xF8F9}, {1253, 0xD2, 0xF8FA}, {1253, 0xFF, 0xF8FB},
+    {720, 0x80, 0x0080}, {720, 0x81, 0x0081},  {720, 0x84, 0x0084},  {720, 0x86, 0x0086},
+    {720, 0x8D, 0x008D}, {720, 0x8E, 0x008E},  {720, 0x8F, 0x008F},  {720, 0x90, 0x0090},
+    {437, 0xE6, 0x00B5}, {860, 0xE6, 0x00B5},  {861, 0xE6, 0x00B5},  {862, 0xE6, 0x00B5},
+    {863, 0xE6, 0x00B5}, {865, 0xE6, 0x00B5},  {852, 0xAA, 0x00AC},  {864, 0x25, 0x066A},
+    {864, 0xD7, 0xFEC1}, {864, 0xD8, 0xFEC5},  {864, 0xF1, 0x0651},  {869, 0x88, 0x00B7},
+    {869, 0xEF, 0x0384},
+};
+
+bool FindByteOverride(std::uint32_t page, char byte, std::uint16_t& out) {
+  for (const ByteOverride& entry : kWindowsByteOverrides) {
+    if (entry.page == page && entry.byte == static_cast<unsigned char>(byte)) {
+      out = entry.unit;
+      return true;
+    }
   }
   return false;
 }
@@ -235,6 +271,8 @@ bool ConvertToOneUnit(std::uint32_t page, const char* bytes, int length, std::ui
     out = static_cast<std::uint8_t>(bytes[0]);
     return true;
   }
+  if (length == 1 && FindByteOverride(page, bytes[0], out))
+    return true;
   return ToOneUnit(opened.converter, bytes, length, out);
 }
 
