@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "base/message_loop.h"
+#include "base/method.h"
 #include "base/timer.h"
 #include "platform/message_window.h"
 #include "platform/testing/clock_testing.h"
@@ -203,6 +204,16 @@ void BM_PostedMessageRoundTrip(benchmark::State& state) {
   base::platform::DestroyMessageWindow(window);
 }
 BENCHMARK(BM_PostedMessageRoundTrip)->UseRealTime();
+
+// The callback timers' road for the same hand-over (DoCallback is
+// SetTimeCallback(1, method, 0)): the record is due 1 ms later and runs at the
+// next tick of the 10 ms window timer, so this round trip is bounded by that
+// timer, not by the queue.
+void BM_SetTimeCallbackRoundTrip(benchmark::State& state) {
+  InitTimeCallback();
+  RoundTrips(state, [] { SetTimeCallback(1, MakeMethod([] { g_arrived = true; }), 0); });
+}
+BENCHMARK(BM_SetTimeCallbackRoundTrip)->UseRealTime();
 
 }  // namespace
 
