@@ -17,5 +17,4 @@ CodePageTableSet::~CodePageTableSet() {
   byteMaps.clear();
 }
 
-
 }  // namespace base

@@ -94,7 +94,8 @@ ThreadManagement* GetThreadManagement() {
 
 bool InitThreadManagement() {
   if (g_threadManagement == nullptr)
-    g_threadManagement = new (g_threadManagementStorage) ThreadManagement(QueueFlagsForThisSystem());
+    g_threadManagement =
+        new (g_threadManagementStorage) ThreadManagement(QueueFlagsForThisSystem());
   return g_threadManagement != nullptr;
 }
 
