@@ -7,7 +7,8 @@
 
 namespace OrvThread {
 
-CurrentTaskMap::~CurrentTaskMap() {
+// A lock error here, at unload, would end the process either way.
+CurrentTaskMap::~CurrentTaskMap() {  // NOLINT(bugprone-exception-escape)
   std::unique_lock<boost::shared_mutex> hold(lock);
   tasksByThread.clear();
 }

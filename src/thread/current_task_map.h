@@ -23,7 +23,7 @@ class CurrentTaskMap {
   CurrentTaskMap() = default;
   CurrentTaskMap(const CurrentTaskMap&) = delete;
   CurrentTaskMap& operator=(const CurrentTaskMap&) = delete;
-  ~CurrentTaskMap();
+  ~CurrentTaskMap();  // NOLINT(bugprone-exception-escape): see the definition
 
   // The calling thread's task, or null. Takes no exclusive lock, allocates
   // nothing.

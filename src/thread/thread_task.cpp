@@ -102,7 +102,8 @@ void ThreadTaskPtr::operator=(ThreadTask* pointee) {
     ReleaseTask(old);
 }
 
-void ThreadTaskPtr::operator=(ThreadTaskPtr& other) {
+// Self-assignment assigns the task already held, which changes nothing.
+void ThreadTaskPtr::operator=(ThreadTaskPtr& other) {  // NOLINT(bugprone-unhandled-self-assignment)
   *this = other.task;
 }
 

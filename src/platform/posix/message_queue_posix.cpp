@@ -165,7 +165,7 @@ bool MessageQueue::PopPosted(Posted& out) {
   std::lock_guard<std::mutex> lock(mutex_);
   if (posted_.empty())
     return false;
-  out = std::move(posted_.front());
+  out = posted_.front();
   posted_.pop_front();
   return true;
 }
