@@ -259,13 +259,19 @@ class BASE_EXPORT CommonPack {
     return (n <= MaxOutLen && outLen <= MaxOutLen && n <= outCap - outLen) || CheckBuffer(n);
   }
 
+  // Stores `v` at `at`, most significant byte first if `netOrder` is true.
+  template <typename T>
+  static void Store(unsigned char* at, T v, bool netOrder) {
+    if (netOrder)
+      v = ReverseBytes(v);
+    std::memcpy(at, &v, sizeof(T));
+  }
+
   template <typename T>
   bool AddFixed(T v, bool netOrder) {
     if (!CheckRunMode(ModeEncode) || !HasRoom(sizeof(T)))
       return false;
-    if (netOrder)
-      v = ReverseBytes(v);
-    std::memcpy(outBuf + outLen, &v, sizeof(T));
+    Store(outBuf + outLen, v, netOrder);
     outLen += sizeof(T);
     return true;
   }
@@ -287,11 +293,9 @@ class BASE_EXPORT CommonPack {
     return ok;
   }
 
-  bool AddLenHeaded(const unsigned char* p,
-                    unsigned int n,
-                    unsigned int limit,
-                    int headBytes,
-                    bool netOrder);
+  // A head of type `Head` counting `n` bytes, then the bytes.
+  template <typename Head>
+  bool AddLenHeaded(const unsigned char* p, unsigned int n, bool netOrder);
   bool GetHeaded(Buffer& dst, int headBytes);
   bool ReadHead(OrvCommPackDataType type, bool netOrder, unsigned int& len);
   void ReleaseBlocks();
