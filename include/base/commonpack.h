@@ -211,10 +211,15 @@ class BASE_EXPORT CommonPack {
  protected:
   // The mode latch: the first call decides the mode, later calls compare.
   // Inline: every field operation runs it.
+  // The decided mode is tested first: it is the case of every field but the
+  // first.
   bool CheckRunMode(RunMode mode) {
-    if (runMode == ModeNone)
-      runMode = mode;
-    return runMode == mode;
+    if (__builtin_expect(runMode == mode, 1))
+      return true;
+    if (runMode != ModeNone)
+      return false;
+    runMode = mode;
+    return true;
   }
   // Room for `n` more output bytes: doubles when that is enough, otherwise
   // grows by whole steps of growLen. False beyond 0x3FFFFFFF bytes.
@@ -256,7 +261,8 @@ class BASE_EXPORT CommonPack {
 
   // CheckBuffer with its common case, room in the block, decided inline.
   bool HasRoom(unsigned int n) {
-    return (n <= MaxOutLen && outLen <= MaxOutLen && n <= outCap - outLen) || CheckBuffer(n);
+    return __builtin_expect(n <= MaxOutLen && outLen <= MaxOutLen && n <= outCap - outLen, 1) ||
+           CheckBuffer(n);
   }
 
   // Stores `v` at `at`, most significant byte first if `netOrder` is true.
@@ -282,7 +288,7 @@ class BASE_EXPORT CommonPack {
   template <typename T>
   bool GetFixed(T& v, bool netOrder, bool advance) {
     bool ok = false;
-    if (CheckRunMode(ModeDecode) && CheckOutOverflow(sizeof(T))) {
+    if (__builtin_expect(CheckRunMode(ModeDecode) && CheckOutOverflow(sizeof(T)), 1)) {
       std::memcpy(&v, inBuf + inPos, sizeof(T));
       if (advance)
         inPos += sizeof(T);
