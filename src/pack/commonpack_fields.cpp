@@ -133,17 +133,6 @@ bool CommonPack::GetBuf(unsigned char* dst, int n, bool advance) {
   return true;
 }
 
-bool CommonPack::GetBuf(unsigned char** dst, int n, bool advance) {
-  if (!CheckRunMode(ModeDecode) || !inAttached || dst == nullptr || n < 0 ||
-      !CheckOutOverflow(static_cast<unsigned int>(n)))
-    return false;
-  // A reader of nothing has no block to point into; the null stands for it.
-  *dst = inBuf == nullptr ? nullptr : inBuf + inPos;
-  if (advance)
-    inPos += static_cast<unsigned int>(n);
-  return true;
-}
-
 // `dst` takes the head's length before the bytes are known to be there, and a
 // head of 0 reports false although the field is well formed.
 bool CommonPack::GetHeaded(Buffer& dst, int headBytes) {
