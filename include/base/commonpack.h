@@ -163,8 +163,19 @@ class BASE_EXPORT CommonPack {
   bool GetBuf(Buffer& dst, int n, bool advance = true);
   bool GetBuf(unsigned char* dst, int n, bool advance = true);
   // Zero-copy: `*dst` receives the address of the bytes in the caller's input.
-  // Only for input set with `attach` true; false otherwise.
-  bool GetBuf(unsigned char** dst, int n, bool advance = true);
+  // Only for input set with `attach` true; false otherwise. Inline, like the
+  // fixed-width fields: it is how large fields leave a message, and a call
+  // costs more than the read.
+  bool GetBuf(unsigned char** dst, int n, bool advance = true) {
+    if (!CheckRunMode(ModeDecode) || !inAttached || dst == nullptr || n < 0 ||
+        !CheckOutOverflow(static_cast<unsigned int>(n)))
+      return false;
+    // A reader of nothing has no block to point into; the null stands for it.
+    *dst = inBuf == nullptr ? nullptr : inBuf + inPos;
+    if (advance)
+      inPos += static_cast<unsigned int>(n);
+    return true;
+  }
 
   // Length-headed bytes; the 2-byte head is always big-endian. A head of 0
   // reports false with `dst` empty, although the field is well formed. On
@@ -211,10 +222,15 @@ class BASE_EXPORT CommonPack {
  protected:
   // The mode latch: the first call decides the mode, later calls compare.
   // Inline: every field operation runs it.
+  // The decided mode is tested first: it is the case of every field but the
+  // first.
   bool CheckRunMode(RunMode mode) {
-    if (runMode == ModeNone)
-      runMode = mode;
-    return runMode == mode;
+    if (__builtin_expect(runMode == mode, 1))
+      return true;
+    if (runMode != ModeNone)
+      return false;
+    runMode = mode;
+    return true;
   }
   // Room for `n` more output bytes: doubles when that is enough, otherwise
   // grows by whole steps of growLen. False beyond 0x3FFFFFFF bytes.
@@ -256,16 +272,23 @@ class BASE_EXPORT CommonPack {
 
   // CheckBuffer with its common case, room in the block, decided inline.
   bool HasRoom(unsigned int n) {
-    return (n <= MaxOutLen && outLen <= MaxOutLen && n <= outCap - outLen) || CheckBuffer(n);
+    return __builtin_expect(n <= MaxOutLen && outLen <= MaxOutLen && n <= outCap - outLen, 1) ||
+           CheckBuffer(n);
+  }
+
+  // Stores `v` at `at`, most significant byte first if `netOrder` is true.
+  template <typename T>
+  static void Store(unsigned char* at, T v, bool netOrder) {
+    if (netOrder)
+      v = ReverseBytes(v);
+    std::memcpy(at, &v, sizeof(T));
   }
 
   template <typename T>
   bool AddFixed(T v, bool netOrder) {
     if (!CheckRunMode(ModeEncode) || !HasRoom(sizeof(T)))
       return false;
-    if (netOrder)
-      v = ReverseBytes(v);
-    std::memcpy(outBuf + outLen, &v, sizeof(T));
+    Store(outBuf + outLen, v, netOrder);
     outLen += sizeof(T);
     return true;
   }
@@ -276,7 +299,7 @@ class BASE_EXPORT CommonPack {
   template <typename T>
   bool GetFixed(T& v, bool netOrder, bool advance) {
     bool ok = false;
-    if (CheckRunMode(ModeDecode) && CheckOutOverflow(sizeof(T))) {
+    if (__builtin_expect(CheckRunMode(ModeDecode) && CheckOutOverflow(sizeof(T)), 1)) {
       std::memcpy(&v, inBuf + inPos, sizeof(T));
       if (advance)
         inPos += sizeof(T);
@@ -287,11 +310,9 @@ class BASE_EXPORT CommonPack {
     return ok;
   }
 
-  bool AddLenHeaded(const unsigned char* p,
-                    unsigned int n,
-                    unsigned int limit,
-                    int headBytes,
-                    bool netOrder);
+  // A head of type `Head` counting `n` bytes, then the bytes.
+  template <typename Head>
+  bool AddLenHeaded(const unsigned char* p, unsigned int n, bool netOrder);
   bool GetHeaded(Buffer& dst, int headBytes);
   bool ReadHead(OrvCommPackDataType type, bool netOrder, unsigned int& len);
   void ReleaseBlocks();

@@ -79,12 +79,12 @@ bool Buffer::CopyFromBuffer(const Buffer& other) {
 bool Buffer::Attach(unsigned char* p, unsigned int n) {
   if (p == data)
     return false;
-  Release();
-  if (p != nullptr && n > 0) {
-    data = p;
-    size = n;
-    capacity = n;
-  }
+  base::ReleaseBlock(data);
+  // A non-null `p` with `n` 0 stays the caller's: the buffer is left empty.
+  const bool take = p != nullptr && n > 0;
+  data = take ? p : nullptr;
+  size = take ? n : 0;
+  capacity = size;
   return true;
 }
 
@@ -151,10 +151,11 @@ void Buffer::AdjustBuffer(unsigned int n) {
     size = n;
     return;
   }
-  // Raised to the next multiple of allocBase; computed wide so that a capacity
-  // beyond 32 bits is refused instead of wrapping to a block smaller than n.
+  // Raised to the next multiple of allocBase. The product is computed wide so
+  // that a capacity beyond 32 bits is refused instead of wrapping to a block
+  // smaller than n; the quotient fits 32 bits, and so does its division.
   const std::uint64_t raised =
-      (static_cast<std::uint64_t>(n - 1) / allocBase + 1) * static_cast<std::uint64_t>(allocBase);
+      (static_cast<std::uint64_t>((n - 1) / allocBase) + 1) * static_cast<std::uint64_t>(allocBase);
   if (raised > UINT32_MAX)
     throw std::bad_alloc();
   data = base::AllocateZeroedBlock(static_cast<unsigned int>(raised));

@@ -168,9 +168,13 @@ bool CommonPack::CheckBuffer(unsigned int n) {
   const unsigned int missing = n - free;
   // Wide arithmetic: a large growLen or capacity must not wrap to a block that
   // is too small. Beyond 32 bits the growth is refused like a failed allocation.
-  const std::uint64_t wanted =
-      outCap >= missing ? 2 * static_cast<std::uint64_t>(outCap)
-                        : (static_cast<std::uint64_t>(missing / growLen) + 1) * growLen + outCap;
+  // A `missing` below one step, the case of every first write, takes one step
+  // without the division.
+  std::uint64_t wanted = 2 * static_cast<std::uint64_t>(outCap);
+  if (outCap < missing) {
+    const std::uint64_t steps = missing < growLen ? 1 : missing / growLen + 1;
+    wanted = steps * growLen + outCap;
+  }
   if (wanted > UINT32_MAX)
     throw std::bad_alloc();
   return GrowBuffer(static_cast<unsigned int>(wanted));
@@ -184,9 +188,10 @@ bool CommonPack::GrowBuffer(unsigned int n) {
   // operation ever reads it (SetWORD stays below outLen, and GetBufferOut hands
   // outLen bytes to a Buffer as its size and capacity), while a zero fill would
   // cost a pass over every new block, a tenth of writing a typical message.
-  if (outBuf != nullptr)
+  if (outBuf != nullptr) {
     std::memcpy(block, outBuf, outLen);
-  base::ReleaseBlock(outBuf);
+    base::ReleaseBlock(outBuf);
+  }
   outBuf = block;
   outCap = n;
   return true;

@@ -5,15 +5,12 @@
 // failed read leaves in its destination. Keep it when changing the code.
 #include <cstdint>
 #include <cstring>
+#include <limits>
 
 #include "base/commonpack.h"
 #include "pack/block.h"
 
 namespace {
-
-constexpr unsigned int kByteHeadLimit = 0xFF;
-constexpr unsigned int kWordHeadLimit = 0xFFFF;
-constexpr unsigned int kNoHeadLimit = 0xFFFFFFFF;
 
 // Texts longer than 32 bits can count are clamped: every writer refuses them
 // then, as it refuses any length beyond its limits.
@@ -33,8 +30,7 @@ const unsigned char* TextBytes(const char* s) {
 bool CommonPack::SetWORD(unsigned short v, unsigned int offset, bool netOrder) {
   if (outLen < 2 || offset > outLen - 2)
     return false;
-  const std::uint16_t wire = netOrder ? ReverseBytes(v) : v;
-  std::memcpy(outBuf + offset, &wire, sizeof(wire));
+  Store(outBuf + offset, v, netOrder);
   return true;
 }
 
@@ -66,52 +62,50 @@ bool CommonPack::AddStrEndChar(const char* s, unsigned char end) {
   return AddStr(s) && AddBYTE(end);
 }
 
-// The limit is tested before the mode latch: a refused length leaves a new
-// pack undecided. Once the head is out there is no way back.
-bool CommonPack::AddLenHeaded(const unsigned char* p,
-                              unsigned int n,
-                              unsigned int limit,
-                              int headBytes,
-                              bool netOrder) {
-  if (n > limit)
+// The limit of the head is tested before the mode latch: a refused length
+// leaves a new pack undecided. Once the head is out there is no way back.
+template <typename Head>
+bool CommonPack::AddLenHeaded(const unsigned char* p, unsigned int n, bool netOrder) {
+  if (n > std::numeric_limits<Head>::max())
     return false;
-  bool headWritten = false;
-  switch (headBytes) {
-    case 1:
-      headWritten = AddBYTE(static_cast<unsigned char>(n));
-      break;
-    case 2:
-      headWritten = AddWORD(static_cast<unsigned short>(n), netOrder);
-      break;
-    default:
-      headWritten = AddDWORD(n, netOrder);
-      break;
+  // The common case, a writer with room in its block for head and bytes, in
+  // one pass. Neither of the two writes below would grow the block then, so
+  // this leaves exactly what they leave. Mind the limit of the output: the
+  // bytes are refused when the head takes it beyond MaxOutLen.
+  constexpr unsigned int head = sizeof(Head);
+  if (runMode == ModeEncode && (p != nullptr || n == 0) && n <= MaxOutLen &&
+      outLen <= MaxOutLen - head && head + n <= outCap - outLen) {
+    unsigned char* const at = outBuf + outLen;
+    Store(at, static_cast<Head>(n), netOrder);
+    base::CopyBytes(at + head, p, n);
+    outLen += head + n;
+    return true;
   }
-  return headWritten && AddBuf(p, n);
+  return AddFixed(static_cast<Head>(n), netOrder) && AddBuf(p, n);
 }
 
 bool CommonPack::AddBufLenByte(const Buffer& b) {
-  return AddLenHeaded(b.GetNativeBuf(), b.GetSize(), kByteHeadLimit, 1, false);
+  return AddLenHeaded<unsigned char>(b.GetNativeBuf(), b.GetSize(), false);
 }
 
 bool CommonPack::AddBufLenWord(const Buffer& b, bool netOrder) {
-  return AddLenHeaded(b.GetNativeBuf(), b.GetSize(), kWordHeadLimit, 2, netOrder);
+  return AddLenHeaded<unsigned short>(b.GetNativeBuf(), b.GetSize(), netOrder);
 }
 
 bool CommonPack::AddBufLenDWord(const Buffer& b, bool netOrder) {
-  return AddLenHeaded(b.GetNativeBuf(), b.GetSize(), kNoHeadLimit, 4, netOrder);
+  return AddLenHeaded<unsigned int>(b.GetNativeBuf(), b.GetSize(), netOrder);
 }
 
 bool CommonPack::AddStrLenByte(const char* s) {
-  return s != nullptr && AddLenHeaded(TextBytes(s), TextLength(s), kByteHeadLimit, 1, false);
+  return s != nullptr && AddLenHeaded<unsigned char>(TextBytes(s), TextLength(s), false);
 }
 
 bool CommonPack::AddStrLenWord(const char* s, bool netOrder) {
-  return s != nullptr && AddLenHeaded(TextBytes(s), TextLength(s), kWordHeadLimit, 2, netOrder);
+  return s != nullptr && AddLenHeaded<unsigned short>(TextBytes(s), TextLength(s), netOrder);
 }
 
 bool CommonPack::AddStrLenDWord(const char* s, bool netOrder) {
-  return s != nullptr && AddLenHeaded(TextBytes(s), TextLength(s), kNoHeadLimit, 4, netOrder);
+  return s != nullptr && AddLenHeaded<unsigned int>(TextBytes(s), TextLength(s), netOrder);
 }
 
 // --- Readers ---
@@ -134,17 +128,6 @@ bool CommonPack::GetBuf(unsigned char* dst, int n, bool advance) {
     return false;
   if (n > 0)
     base::CopyBytes(dst, inBuf + inPos, static_cast<unsigned int>(n));
-  if (advance)
-    inPos += static_cast<unsigned int>(n);
-  return true;
-}
-
-bool CommonPack::GetBuf(unsigned char** dst, int n, bool advance) {
-  if (!CheckRunMode(ModeDecode) || !inAttached || dst == nullptr || n < 0 ||
-      !CheckOutOverflow(static_cast<unsigned int>(n)))
-    return false;
-  // A reader of nothing has no block to point into; the null stands for it.
-  *dst = inBuf == nullptr ? nullptr : inBuf + inPos;
   if (advance)
     inPos += static_cast<unsigned int>(n);
   return true;

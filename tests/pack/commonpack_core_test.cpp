@@ -106,6 +106,23 @@ TEST(CommonPackCoreTest, OutputDoublesOrGrowsByWholeSteps) {
   ASSERT_TRUE(exact.AddBuf(big.data(), 512));
   EXPECT_EQ(OutCap(exact), 1024u);  // missing == step gives two steps
 
+  // A length-headed field grows the block as its head and then its bytes
+  // would, one after the other: not as one write of both.
+  Buffer value;
+  value.CopyFrom(big.data(), 1000);
+  CommonPack headed;
+  ASSERT_TRUE(headed.AddBuf(big.data(), 511));
+  ASSERT_TRUE(headed.AddBufLenDWord(value, true));  // head: 1 free, doubles
+  EXPECT_EQ(OutCap(headed), 2048u);                 // bytes: 509 free, doubles
+  EXPECT_EQ(headed.GetBufferOutLen(), 1515u);
+  EXPECT_EQ(Output(headed)[514], 0xE8);  // 1000 = 0x3E8, big-endian
+  value.Resize(509);
+  CommonPack filled;
+  ASSERT_TRUE(filled.AddBYTE(0));
+  ASSERT_TRUE(filled.AddBufLenWord(value, true));  // exactly the 511 free bytes
+  EXPECT_EQ(OutCap(filled), 512u);
+  EXPECT_EQ(filled.GetBufferOutLen(), 512u);
+
   CommonPack tight;
   tight.SetGrowLen(0);  // a step of 1
   ASSERT_TRUE(tight.AddBuf(big.data(), 10));
