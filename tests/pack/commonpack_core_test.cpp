@@ -4,10 +4,9 @@
 #include <vector>
 
 #include "base/commonpack.h"
+#include "pack_bytes.h"
 
 namespace {
-
-using Bytes = std::vector<unsigned char>;
 
 // outCap as a module built apart sees it: right behind the vtable pointer and
 // outLen. The field order is pinned, so this is part of the contract too.
@@ -15,12 +14,6 @@ unsigned int OutCap(const CommonPack& pack) {
   unsigned int cap = 0;
   std::memcpy(&cap, reinterpret_cast<const char*>(&pack) + sizeof(void*) + 4, sizeof(cap));
   return cap;
-}
-
-Bytes Output(const CommonPack& pack) {
-  Buffer out;
-  pack.CopyBufferOut(out);
-  return Bytes(out.GetNativeBuf(), out.GetNativeBuf() + out.GetSize());
 }
 
 TEST(CommonPackCoreTest, FirstOperationLatchesTheMode) {

@@ -5,22 +5,9 @@
 #include <vector>
 
 #include "base/commonpack.h"
+#include "pack_bytes.h"
 
 namespace {
-
-using Bytes = std::vector<unsigned char>;
-
-Bytes Output(const CommonPack& pack) {
-  Buffer out;
-  pack.CopyBufferOut(out);
-  return Bytes(out.GetNativeBuf(), out.GetNativeBuf() + out.GetSize());
-}
-
-Buffer Make(const Bytes& bytes) {
-  Buffer b;
-  b.CopyFrom(bytes.data(), static_cast<unsigned int>(bytes.size()));
-  return b;
-}
 
 // A reader that owns a copy of `bytes`.
 struct Reader {

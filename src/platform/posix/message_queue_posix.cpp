@@ -297,10 +297,10 @@ void MessageQueue::ArmTimerFdLocked(std::uint32_t due, std::uint32_t now) {
   // The timerfd runs on the real clock while due ticks may be shifted; it only
   // wakes the owner, who then judges on the tick, so early or late is harmless.
   const std::uint32_t ms = due - now;
-  itimerspec spec{};
-  spec.it_value.tv_sec = ms / 1000;
-  spec.it_value.tv_nsec = static_cast<long>(ms % 1000) * 1000000L;
-  timerfd_settime(timerFd_, 0, &spec, nullptr);
+  itimerspec expiry{};
+  expiry.it_value.tv_sec = ms / 1000;
+  expiry.it_value.tv_nsec = static_cast<long>(ms % 1000) * 1000000L;
+  timerfd_settime(timerFd_, 0, &expiry, nullptr);
   timerArmed_ = true;
   armedDue_ = due;
 }
