@@ -81,8 +81,9 @@ const std::set<std::string> kExportedFunctions = {
 };
 
 // The class or function a demangled symbol belongs to: "Buffer" for
-// "Buffer::Append(unsigned char const*, unsigned int)" and for
-// "vtable for Buffer", the function itself for a free function.
+// "Buffer::Append(unsigned char const*, unsigned int)" and "vtable for Buffer",
+// "CommonPack" for "bool CommonPack::AddLenHeaded<unsigned char>(...)", and the
+// function itself for a free function.
 std::string OwnerOf(std::string symbol) {
   for (const char* prefix : {"typeinfo name for ", "typeinfo for ", "vtable for ", "VTT for "}) {
     if (symbol.rfind(prefix, 0) == 0)
@@ -90,7 +91,8 @@ std::string OwnerOf(std::string symbol) {
   }
   symbol = symbol.substr(0, symbol.find('('));
   for (const std::string& cls : kExportedClasses) {
-    if (symbol.rfind(cls + "::", 0) == 0)
+    // A member template's name starts with its return type: "bool Buffer::...".
+    if (symbol.rfind(cls + "::", 0) == 0 || symbol.find(" " + cls + "::") != std::string::npos)
       return cls;
   }
   return symbol;
