@@ -306,8 +306,8 @@ void MessageQueue::ArmTimerFdLocked(std::uint32_t due, std::uint32_t now) {
 }
 
 void MessageQueue::DisarmTimerFdLocked() {
-  const itimerspec spec{};
-  timerfd_settime(timerFd_, 0, &spec, nullptr);
+  const itimerspec disarmed{};
+  timerfd_settime(timerFd_, 0, &disarmed, nullptr);
   timerArmed_ = false;
 }
 
