@@ -83,37 +83,44 @@ void RegisterEchoClass() {
   (void)registered;
 }
 
-void BM_MessageWindowRoundTrip(benchmark::State& state) {
-  RegisterEchoClass();
-  std::uintptr_t lastPong = 0;
-  WindowHandle self = base::platform::CreateMessageWindow(L"bench echo", L"", &lastPong);
-  EchoThread echo(&self);
-  std::uintptr_t sequence = 0;
-  for (auto _ : state) {
-    base::platform::PostWindowMessage(echo.window(), kPing, ++sequence, 0);
-    while (lastPong != sequence)
+// This thread's window, which counts answers, and an echo thread's window.
+class EchoPair {
+ public:
+  EchoPair()
+      : self_((RegisterEchoClass(),
+               base::platform::CreateMessageWindow(L"bench echo", L"", &lastPong_))),
+        echo_(&self_) {}
+  ~EchoPair() { base::platform::DestroyMessageWindow(self_); }
+
+  // Sends `pings` pings and waits for the answer to the last one; every ping
+  // is answered, so the exchange ends with the whole burst handed over twice.
+  void Exchange(int pings) {
+    for (int i = 1; i < pings; ++i)
+      base::platform::PostWindowMessage(echo_.window(), kPing, 0, 0);
+    base::platform::PostWindowMessage(echo_.window(), kPing, ++sequence_, 0);
+    while (lastPong_ != sequence_)
       base::PumpMessages(0xFFFFFFFFu);
   }
-  base::platform::DestroyMessageWindow(self);
+
+ private:
+  std::uintptr_t lastPong_ = 0;
+  std::uintptr_t sequence_ = 0;
+  WindowHandle self_;
+  EchoThread echo_;
+};
+
+void BM_MessageWindowRoundTrip(benchmark::State& state) {
+  EchoPair pair;
+  for (auto _ : state)
+    pair.Exchange(1);
 }
 BENCHMARK(BM_MessageWindowRoundTrip)->UseRealTime();
 
 void BM_MessageWindowBurst(benchmark::State& state) {
-  RegisterEchoClass();
-  std::uintptr_t lastPong = 0;
-  WindowHandle self = base::platform::CreateMessageWindow(L"bench echo", L"", &lastPong);
-  EchoThread echo(&self);
-  std::uintptr_t sequence = 0;
-  for (auto _ : state) {
-    // Every ping is answered; the burst ends with the answer to its last one.
-    for (int i = 1; i < kBurst; ++i)
-      base::platform::PostWindowMessage(echo.window(), kPing, 0, 0);
-    base::platform::PostWindowMessage(echo.window(), kPing, ++sequence, 0);
-    while (lastPong != sequence)
-      base::PumpMessages(0xFFFFFFFFu);
-  }
+  EchoPair pair;
+  for (auto _ : state)
+    pair.Exchange(kBurst);
   state.SetItemsProcessed(state.iterations() * kBurst);
-  base::platform::DestroyMessageWindow(self);
 }
 BENCHMARK(BM_MessageWindowBurst)->UseRealTime();
 

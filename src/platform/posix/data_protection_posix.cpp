@@ -57,6 +57,19 @@ bool ValidBlob(const DATA_BLOB* blob) {
   return blob != nullptr && (blob->pbData != nullptr || blob->cbData == 0);
 }
 
+// Entropy, prompts and a per-user scope are not offered: refusing them is
+// honest, ignoring them would weaken what the caller asked for.
+bool AcceptedCall(const DATA_BLOB* input,
+                  const DATA_BLOB* output,
+                  const DATA_BLOB* entropy,
+                  const void* reserved,
+                  const void* prompt,
+                  DWORD flags,
+                  DWORD expectedFlags) {
+  return ValidBlob(input) && output != nullptr && entropy == nullptr && reserved == nullptr &&
+         prompt == nullptr && flags == expectedFlags;
+}
+
 // Seals `data` behind the header that `blob` already holds, and writes the
 // nonce into the header first. `blob` has room for header, data and tag.
 bool Seal(unsigned char* blob,
@@ -120,10 +133,7 @@ BOOL CryptProtectData(DATA_BLOB* input,
                       void* prompt,
                       DWORD flags,
                       DATA_BLOB* output) {
-  // Entropy, prompts and a per-user scope are not offered: refusing them is
-  // honest, ignoring them would weaken what the caller asked for.
-  if (!ValidBlob(input) || output == nullptr || entropy != nullptr || reserved != nullptr ||
-      prompt != nullptr || flags != kProtectLocalMachine)
+  if (!AcceptedCall(input, output, entropy, reserved, prompt, flags, kProtectLocalMachine))
     return FALSE;
   const std::uint64_t chars = description != nullptr ? std::wcslen(description) : 0;
   const std::uint64_t header_size = kHeaderSize + 4 * chars;
@@ -155,8 +165,7 @@ BOOL CryptUnprotectData(DATA_BLOB* input,
                         void* prompt,
                         DWORD flags,
                         DATA_BLOB* output) {
-  if (!ValidBlob(input) || output == nullptr || entropy != nullptr || reserved != nullptr ||
-      prompt != nullptr || flags != kProtectUiForbidden)
+  if (!AcceptedCall(input, output, entropy, reserved, prompt, flags, kProtectUiForbidden))
     return FALSE;
   const unsigned char* blob = input->pbData;
   const std::uint64_t size = input->cbData;
