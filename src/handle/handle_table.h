@@ -1,7 +1,16 @@
 // The state of a handle pool and the four operations on it, shared by the
 // private pools and the one pool of the process. Inline: each is a few
-// instructions, and a call more would cost as much again. Every operation accepts a
-// null pool and then reports HandleResultNoPool or does nothing.
+// instructions, and a call more would cost as much again. Every operation
+// accepts a null pool and then reports HandleResultNoPool or does nothing.
+//
+// The table is kept in two columns, not as an array of st_handle_entry, and
+// GetEntry puts the record together. The object column alone tells a valid
+// handle: AllocateHandle refuses a null object, and every other state has
+// none. The state column therefore only tells the states without an object
+// apart, and giving out a number writes a single word of the table. `reserved`
+// is always 0 and needs no column. A record is 24 bytes on a 64-bit host:
+// 2048 of them with the queue overflow a 32 KiB first-level cache, while the
+// columns take 18 KiB, the queue 4 KiB.
 #ifndef BASE_HANDLE_HANDLE_TABLE_H_
 #define BASE_HANDLE_HANDLE_TABLE_H_
 
@@ -11,33 +20,29 @@
 
 namespace base {
 
-// Numbers closed and not yet given out again, oldest first. Each number is in
-// it at most once (only a valid or disabled handle can be closed), so a fixed
-// ring of HandleCount slots never overflows, and closing never allocates.
+// Numbers closed and not yet given out again, oldest first, as table indexes.
+// Each index is in it at most once (only a valid or disabled handle can be
+// closed), so a ring of HandleCount slots never overflows and closing never
+// allocates. The two ends are counters that run freely and wrap: their
+// difference is the length, and a push and a pop touch different counters.
 class FreeHandleQueue {
  public:
-  bool IsEmpty() const { return size_ == 0; }
-  void PushBack(std::uint32_t handle) {
-    slots_[(head_ + size_) % HandleCount] = handle;
-    ++size_;
-  }
-  std::uint32_t PopFront() {
-    const std::uint32_t handle = slots_[head_];
-    head_ = (head_ + 1) % HandleCount;
-    --size_;
-    return handle;
-  }
+  bool IsEmpty() const { return head_ == tail_; }
+  void PushBack(std::uint16_t index) { slots_[tail_++ % HandleCount] = index; }
+  std::uint16_t PopFront() { return slots_[head_++ % HandleCount]; }
 
  private:
-  std::uint32_t slots_[HandleCount];
+  static_assert(HandleCount <= 0x10000, "an index fits 16 bits");
+  std::uint16_t slots_[HandleCount];
   std::uint32_t head_ = 0;
-  std::uint32_t size_ = 0;
+  std::uint32_t tail_ = 0;
 };
 
 }  // namespace base
 
 struct handlepool {
-  st_handle_entry entries[HandleCount] = {};
+  void* objects[HandleCount] = {};        // non-null exactly when valid
+  std::uint8_t states[HandleCount] = {};  // the state of a handle without an object
   base::FreeHandleQueue freeHandles;
   std::uint32_t nextHandle = HandleBase;  // the next number never given out
 };
@@ -51,10 +56,10 @@ inline std::uint32_t IndexOf(unsigned int handle) {
   return handle - HandleBase;
 }
 
-inline void SetEntry(st_handle_entry* entry, std::uint32_t state, void* object) {
-  entry->state = state;
-  entry->object = object;
-  entry->reserved = 0;
+// Clears the object and sets a state that has none.
+inline void SetStateWithoutObject(handlepool* pool, std::uint32_t index, std::uint32_t state) {
+  pool->objects[index] = nullptr;
+  pool->states[index] = static_cast<std::uint8_t>(state);
 }
 
 }  // namespace internal
@@ -65,17 +70,17 @@ inline unsigned int PoolAllocateHandle(handlepool* pool, void* object, unsigned 
   // A null argument reports success and leaves *handle alone.
   if (object == nullptr || handle == nullptr)
     return HandleResultOk;
-  *handle = 0;
-  std::uint32_t number;
+  std::uint32_t index;
   if (!pool->freeHandles.IsEmpty()) {
-    number = pool->freeHandles.PopFront();
+    index = pool->freeHandles.PopFront();
   } else if (pool->nextHandle - HandleBase >= HandleCount) {
+    *handle = 0;
     return HandleResultExhausted;
   } else {
-    number = pool->nextHandle++;
+    index = internal::IndexOf(pool->nextHandle++);
   }
-  internal::SetEntry(&pool->entries[internal::IndexOf(number)], HandleStateValid, object);
-  *handle = number;
+  pool->objects[index] = object;
+  *handle = HandleBase + index;
   return HandleResultOk;
 }
 
@@ -87,7 +92,10 @@ inline unsigned int PoolGetEntry(const handlepool* pool,
   const std::uint32_t index = internal::IndexOf(handle);
   if (index >= HandleCount)
     return HandleResultOutOfRange;
-  *entry = pool->entries[index];
+  void* const object = pool->objects[index];
+  entry->state = object != nullptr ? HandleStateValid : pool->states[index];
+  entry->object = object;
+  entry->reserved = 0;
   return HandleResultOk;
 }
 
@@ -95,8 +103,8 @@ inline void PoolDisableHandle(handlepool* pool, unsigned int handle) {
   if (pool == nullptr)
     return;
   const std::uint32_t index = internal::IndexOf(handle);
-  if (index < HandleCount && pool->entries[index].state == HandleStateValid)
-    internal::SetEntry(&pool->entries[index], HandleStateDisabled, nullptr);
+  if (index < HandleCount && pool->objects[index] != nullptr)
+    internal::SetStateWithoutObject(pool, index, HandleStateDisabled);
 }
 
 inline void PoolCloseHandle(handlepool* pool, unsigned int handle) {
@@ -105,11 +113,11 @@ inline void PoolCloseHandle(handlepool* pool, unsigned int handle) {
   const std::uint32_t index = internal::IndexOf(handle);
   if (index >= HandleCount)
     return;
-  st_handle_entry& entry = pool->entries[index];
-  if (entry.state == HandleStateNew || entry.state == HandleStateClosed)
+  // Valid or disabled; never given out and already closed are ignored.
+  if (pool->objects[index] == nullptr && pool->states[index] != HandleStateDisabled)
     return;
-  pool->freeHandles.PushBack(handle);
-  internal::SetEntry(&entry, HandleStateClosed, nullptr);
+  pool->freeHandles.PushBack(static_cast<std::uint16_t>(index));
+  internal::SetStateWithoutObject(pool, index, HandleStateClosed);
 }
 
 }  // namespace base
