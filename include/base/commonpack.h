@@ -36,6 +36,7 @@
 
 #include "base/buffer.h"
 #include "base/export.h"
+#include "base/likely.h"
 
 // Width of the length head of a variable-width or TLV field; big-endian on the
 // wire. Any other value means "no head": none is written and none is read.
@@ -225,7 +226,7 @@ class BASE_EXPORT CommonPack {
   // The decided mode is tested first: it is the case of every field but the
   // first.
   bool CheckRunMode(RunMode mode) {
-    if (__builtin_expect(runMode == mode, 1))
+    if (BASE_LIKELY(runMode == mode))
       return true;
     if (runMode != ModeNone)
       return false;
@@ -272,7 +273,7 @@ class BASE_EXPORT CommonPack {
 
   // CheckBuffer with its common case, room in the block, decided inline.
   bool HasRoom(unsigned int n) {
-    return __builtin_expect(n <= MaxOutLen && outLen <= MaxOutLen && n <= outCap - outLen, 1) ||
+    return BASE_LIKELY(n <= MaxOutLen && outLen <= MaxOutLen && n <= outCap - outLen) ||
            CheckBuffer(n);
   }
 
@@ -299,7 +300,7 @@ class BASE_EXPORT CommonPack {
   template <typename T>
   bool GetFixed(T& v, bool netOrder, bool advance) {
     bool ok = false;
-    if (__builtin_expect(CheckRunMode(ModeDecode) && CheckOutOverflow(sizeof(T)), 1)) {
+    if (BASE_LIKELY(CheckRunMode(ModeDecode) && CheckOutOverflow(sizeof(T)))) {
       std::memcpy(&v, inBuf + inPos, sizeof(T));
       if (advance)
         inPos += sizeof(T);
@@ -313,6 +314,21 @@ class BASE_EXPORT CommonPack {
   // A head of type `Head` counting `n` bytes, then the bytes.
   template <typename Head>
   bool AddLenHeaded(const unsigned char* p, unsigned int n, bool netOrder);
+  // The common case of a field made of fixed-width `parts` and then `n` bytes
+  // at `p`: a writer with room in its block for all of it. Writes the field in
+  // one pass and returns true. Otherwise writes nothing and returns false, and
+  // the caller takes the way of the separate writes, which grow the block and
+  // fail where they fail.
+  template <typename... Parts>
+  bool AddInPlace(bool netOrder, const unsigned char* p, unsigned int n, Parts... parts);
+  template <typename Tag>
+  bool AddTagged(Tag tag, const Buffer& value, OrvCommPackDataType type);
+  template <typename Tag>
+  bool AddTaggedStepwise(Tag tag, const Buffer& value, OrvCommPackDataType type);
+  template <typename Tag>
+  bool GetTagged(Tag& tag, Buffer& value, OrvCommPackDataType type);
+  template <typename Tag>
+  bool GetTagged(Tag& tag, unsigned char** value, unsigned int& len, OrvCommPackDataType type);
   bool GetHeaded(Buffer& dst, int headBytes);
   bool ReadHead(OrvCommPackDataType type, bool netOrder, unsigned int& len);
   void ReleaseBlocks();

@@ -9,6 +9,7 @@
 
 #include "base/commonpack.h"
 #include "pack/block.h"
+#include "pack/commonpack_in_place.h"
 
 namespace {
 
@@ -68,20 +69,8 @@ template <typename Head>
 bool CommonPack::AddLenHeaded(const unsigned char* p, unsigned int n, bool netOrder) {
   if (n > std::numeric_limits<Head>::max())
     return false;
-  // The common case, a writer with room in its block for head and bytes, in
-  // one pass. Neither of the two writes below would grow the block then, so
-  // this leaves exactly what they leave. Mind the limit of the output: the
-  // bytes are refused when the head takes it beyond MaxOutLen.
-  constexpr unsigned int head = sizeof(Head);
-  if (runMode == ModeEncode && (p != nullptr || n == 0) && n <= MaxOutLen &&
-      outLen <= MaxOutLen - head && head + n <= outCap - outLen) {
-    unsigned char* const at = outBuf + outLen;
-    Store(at, static_cast<Head>(n), netOrder);
-    base::CopyBytes(at + head, p, n);
-    outLen += head + n;
-    return true;
-  }
-  return AddFixed(static_cast<Head>(n), netOrder) && AddBuf(p, n);
+  return AddInPlace(netOrder, p, n, static_cast<Head>(n)) ||
+         (AddFixed(static_cast<Head>(n), netOrder) && AddBuf(p, n));
 }
 
 bool CommonPack::AddBufLenByte(const Buffer& b) {
