@@ -2,6 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <random>
+#include <vector>
+
 namespace {
 
 int g_objects[3];
@@ -63,6 +67,26 @@ TEST(HandlePoolTest, ClosedNumbersComeBackFirstOnceEachInFifoOrder) {
   EXPECT_EQ(Allocate(pool, B), 65538u);
   // A stale copy of a reused number reaches the new object.
   EXPECT_EQ(Entry(pool, a), std::make_pair(HandleStateValid, B));
+}
+
+// Three rounds of the whole table through the queue, closed in a shuffled
+// order: the numbers come back in the order of closing however often the
+// queue has gone round.
+TEST(HandlePoolTest, FifoOrderHoldsAcrossManyTurnsOfTheQueue) {
+  handlepoolobject pool;
+  std::vector<unsigned int> handles;
+  for (unsigned int i = 0; i < HandleCount; ++i)
+    handles.push_back(Allocate(pool, A));
+  std::mt19937 random(7);
+  for (int round = 0; round < 3; ++round) {
+    std::shuffle(handles.begin(), handles.end(), random);
+    for (unsigned int h : handles)
+      pool.CloseHandle(h);
+    for (unsigned int h : handles)
+      ASSERT_EQ(Allocate(pool, B), h);
+  }
+  unsigned int h = 0xDEAD;
+  EXPECT_EQ(pool.AllocateHandle(B, &h), HandleResultExhausted);
 }
 
 TEST(HandlePoolTest, DisableAndCloseInEitherOrderAndNullArguments) {

@@ -1,20 +1,11 @@
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <vector>
 
 #include "base/commonpack.h"
 #include "pack_bytes.h"
 
 namespace {
-
-// outCap as a module built apart sees it: right behind the vtable pointer and
-// outLen. The field order is pinned, so this is part of the contract too.
-unsigned int OutCap(const CommonPack& pack) {
-  unsigned int cap = 0;
-  std::memcpy(&cap, reinterpret_cast<const char*>(&pack) + sizeof(void*) + 4, sizeof(cap));
-  return cap;
-}
 
 TEST(CommonPackCoreTest, FirstOperationLatchesTheMode) {
   CommonPack reader;

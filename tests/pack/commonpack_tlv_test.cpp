@@ -149,6 +149,49 @@ TEST(CommonPackTlvTest, EmptyValuesAndTypesWithoutHead) {
   EXPECT_EQ(headless.pack.GetBufferByteLeft(), 1);
 }
 
+// A TLV field as it goes on the wire: tag and head big-endian.
+Bytes TlvBytes(unsigned int tag, int tagWidth, int headWidth, const Bytes& value) {
+  Bytes field;
+  for (int i = tagWidth - 1; i >= 0; --i)
+    field.push_back(static_cast<unsigned char>(tag >> (8 * i)));
+  for (int i = headWidth - 1; i >= 0; --i)
+    field.push_back(static_cast<unsigned char>(value.size() >> (8 * i)));
+  field.insert(field.end(), value.begin(), value.end());
+  return field;
+}
+
+// A field that fits the block to its last byte is written in place; one byte
+// more and it must take the growth of the separate writes, not run past the
+// block.
+TEST(CommonPackTlvTest, FieldsFillTheBlockToItsLastByteAndGrowOneByteLater) {
+  const struct {
+    int tagWidth;
+    OrvCommPackDataType type;
+    int headWidth;
+  } shapes[] = {
+      {1, OrvCommPackDataByte, 1}, {2, OrvCommPackDataWord, 2}, {4, OrvCommPackDataDWord, 4}};
+  for (const auto& shape : shapes) {
+    for (unsigned int over : {0u, 1u}) {
+      SCOPED_TRACE(testing::Message() << "tag " << shape.tagWidth << " over " << over);
+      CommonPack pack;
+      pack.SetGrowLen(64);
+      ASSERT_TRUE(pack.AddBYTE(0xEE));  // a block of 64, 63 free
+      const Bytes value(63 - shape.tagWidth - shape.headWidth + over, 0x5A);
+      const bool ok = shape.tagWidth == 1
+                          ? pack.AddTLV(static_cast<unsigned char>(0xA1), Make(value), shape.type)
+                      : shape.tagWidth == 2
+                          ? pack.AddTLV(static_cast<unsigned short>(0xA1), Make(value), shape.type)
+                          : pack.AddTLV(0xA1u, Make(value), shape.type);
+      ASSERT_TRUE(ok);
+      EXPECT_EQ(OutCap(pack), over == 0 ? 64u : 128u);
+      Bytes expected = {0xEE};
+      const Bytes field = TlvBytes(0xA1, shape.tagWidth, shape.headWidth, value);
+      expected.insert(expected.end(), field.begin(), field.end());
+      EXPECT_EQ(Output(pack), expected);
+    }
+  }
+}
+
 // One GetTLV of the given tag width, in the Buffer or the zero-copy form;
 // `tag` and `len` receive what it delivered.
 bool ReadTlv(CommonPack& pack,
