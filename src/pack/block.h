@@ -35,26 +35,32 @@ inline unsigned char* AllocateZeroedBlock(unsigned int n) {
 
 // Copies a run of field bytes. Runs of up to 64 bytes (tags, short values and
 // texts) are copied with two overlapping fixed-size moves, which cost less than
-// a call. Longer runs go through the C library's memcpy, never an inline
-// expansion: where g++ can bound the length (behind a head limit of 255 or
-// 65535, say) it expands memcpy into `rep movsq`, which copies unaligned runs
-// several times slower. The volatile pointer hides the callee from the
-// optimiser, with link-time optimisation too.
+// a call; the short ones, the most common, are tested first. Longer runs go
+// through the C library's memcpy, never an inline expansion: where g++ can
+// bound the length (behind a head limit of 255 or 65535, say) it expands
+// memcpy into `rep movsq`, which copies unaligned runs several times slower.
+// The volatile pointer hides the callee from the optimiser, with link-time
+// optimisation too.
 inline void CopyBytes(unsigned char* dst, const unsigned char* src, unsigned int n) {
-  if (n > 64) {
+  if (n <= 16) {
+    if (n >= 8) {
+      CopyOverlapping<8>(dst, src, n);
+    } else if (n >= 4) {
+      CopyOverlapping<4>(dst, src, n);
+    } else {
+      for (unsigned int i = 0; i < n; ++i)
+        dst[i] = src[i];
+    }
+  } else if (n <= 32) {
+    CopyOverlapping<16>(dst, src, n);
+  } else if (n <= 64) {
+    // The first and the last 32 bytes, each as two 16-byte moves: a 32-byte
+    // temporary would cost a stack frame wherever this is inlined.
+    CopyOverlapping<16>(dst, src, 32);
+    CopyOverlapping<16>(dst + n - 32, src + n - 32, 32);
+  } else {
     static void* (*const volatile copy)(void*, const void*, std::size_t) = std::memcpy;
     copy(dst, src, n);
-  } else if (n > 32) {
-    CopyOverlapping<32>(dst, src, n);
-  } else if (n > 16) {
-    CopyOverlapping<16>(dst, src, n);
-  } else if (n >= 8) {
-    CopyOverlapping<8>(dst, src, n);
-  } else if (n >= 4) {
-    CopyOverlapping<4>(dst, src, n);
-  } else {
-    for (unsigned int i = 0; i < n; ++i)
-      dst[i] = src[i];
   }
 }
 

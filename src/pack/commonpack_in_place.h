@@ -20,9 +20,11 @@ bool CommonPack::AddInPlace(bool netOrder, const unsigned char* p, unsigned int 
                    outLen <= MaxOutLen - fixed - n && fixed + n <= outCap - outLen))
     return false;
   unsigned char* at = outBuf + outLen;
+  // outLen first: nothing of the pack is needed after the copy, which is then
+  // the last thing done, and a long one leaves through memcpy without a frame.
+  outLen += fixed + n;
   ((Store(at, parts, netOrder), at += sizeof(Parts)), ...);
   base::CopyBytes(at, p, n);
-  outLen += fixed + n;
   return true;
 }
 

@@ -84,24 +84,20 @@ bool CommonPack::AddVBuf(const Buffer& b, OrvCommPackDataType type) {
   return true;  // no head, no value
 }
 
+// The byte head first: it is the shape of most short fields.
 template <typename Tag>
 bool CommonPack::AddTagged(Tag tag, const Buffer& value, OrvCommPackDataType type) {
   const unsigned char* const p = value.GetNativeBuf();
   const unsigned int n = value.GetSize();
   bool written = false;
-  switch (type) {
-    case OrvCommPackDataByte:
-      written = n <= std::numeric_limits<unsigned char>::max() &&
-                AddInPlace(true, p, n, tag, static_cast<unsigned char>(n));
-      break;
-    case OrvCommPackDataWord:
-      written = n <= std::numeric_limits<unsigned short>::max() &&
-                AddInPlace(true, p, n, tag, static_cast<unsigned short>(n));
-      break;
-    case OrvCommPackDataDWord:
-      written = AddInPlace(true, p, n, tag, n);
-      break;
-  }
+  if (type == OrvCommPackDataByte)
+    written = n <= std::numeric_limits<unsigned char>::max() &&
+              AddInPlace(true, p, n, tag, static_cast<unsigned char>(n));
+  else if (type == OrvCommPackDataWord)
+    written = n <= std::numeric_limits<unsigned short>::max() &&
+              AddInPlace(true, p, n, tag, static_cast<unsigned short>(n));
+  else if (type == OrvCommPackDataDWord)
+    written = AddInPlace(true, p, n, tag, n);
   return written || AddTaggedStepwise(tag, value, type);
 }
 
