@@ -10,12 +10,11 @@
 
 #include <cstdio>
 #include <deque>
-#include <map>
-#include <string>
 #include <unordered_map>
 #include <vector>
 
 #include "base/handle_pool.h"
+#include "median_times.h"
 
 namespace {
 
@@ -119,40 +118,23 @@ BENCHMARK(BM_GlobalHandlePool);
 BENCHMARK(BM_UnorderedMapPool);
 BENCHMARK(BM_CallFloor);
 
-// Prints the console report, then the map's CPU time over each other row's.
-class RatioReporter : public benchmark::ConsoleReporter {
+// Prints the console report, then the map's time over each other row's.
+class RatioReporter : public base::bench::MedianTimesReporter {
  public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    for (const Run& run : runs) {
-      const bool repeated = run.repetitions > 1;
-      if (repeated ? run.aggregate_name == "median" : run.run_type == Run::RT_Iteration)
-        times_[run.run_name.function_name] = run.GetAdjustedCPUTime();
-    }
-    ConsoleReporter::ReportRuns(runs);
-  }
-
   void Finalize() override {
     ConsoleReporter::Finalize();
-    const double map = times_["BM_UnorderedMapPool"];
+    const double map = Time("BM_UnorderedMapPool");
     std::printf("\nTimes faster than the unordered_map (CPU time, higher is better):\n");
     for (const char* row : {"BM_HandlePool", "BM_GlobalHandlePool", "BM_CallFloor"}) {
-      if (map > 0 && times_[row] > 0)
-        std::printf("  %-20s %5.2fx\n", row + 3, map / times_[row]);
+      if (map > 0 && Time(row) > 0)
+        std::printf("  %-20s %5.2fx\n", row + 3, map / Time(row));
     }
   }
-
- private:
-  std::map<std::string, double> times_;
 };
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  benchmark::Initialize(&argc, argv);
-  if (benchmark::ReportUnrecognizedArguments(argc, argv))
-    return 1;
   RatioReporter reporter;
-  benchmark::RunSpecifiedBenchmarks(&reporter);
-  benchmark::Shutdown();
-  return 0;
+  return base::bench::RunBenchmarks(argc, argv, reporter);
 }

@@ -15,12 +15,12 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
-#include <map>
 #include <string>
 #include <vector>
 
 #include "base/buffer.h"
 #include "base/commonpack.h"
+#include "median_times.h"
 #include "pack_bench.pb.h"
 
 namespace {
@@ -625,19 +625,9 @@ BENCHMARK(BM_TaggedRead_ProtobufMessage);
 BENCHMARK(BM_ZeroCopyRead_CommonPack)->Arg(16)->Arg(1024)->Arg(65536);
 
 // Prints the console report, then each peer's time over the ceiling's, write,
-// read and round trip. CPU time: other work on a shared machine inflates wall
-// time unevenly.
-class RatioReporter : public benchmark::ConsoleReporter {
+// read and round trip.
+class RatioReporter : public base::bench::MedianTimesReporter {
  public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    for (const Run& run : runs) {
-      const bool repeated = run.repetitions > 1;
-      if (repeated ? run.aggregate_name == "median" : run.run_type == Run::RT_Iteration)
-        times_[run.run_name.function_name + Args(run)] = run.GetAdjustedCPUTime();
-    }
-    ConsoleReporter::ReportRuns(runs);
-  }
-
   void Finalize() override {
     ConsoleReporter::Finalize();
     std::printf("\nRatios to the ceiling (CPU time, lower is better):\n");
@@ -658,31 +648,20 @@ class RatioReporter : public benchmark::ConsoleReporter {
   }
 
  private:
-  static std::string Args(const Run& run) {
-    return run.run_name.args.empty() ? "" : "/" + run.run_name.args;
-  }
-  double Time(const std::string& message, const std::string& op, const std::string& peer) {
-    std::string name = "BM_" + message + op + "_" + peer;
+  using MedianTimesReporter::Time;
+  double Time(const std::string& message, const std::string& op, const std::string& peer) const {
     // Reads take no step argument: CommonPack/512 and /2048 share one reader.
     // The Buffer-form reader shares the writer of the zero-copy one.
     if ((op == "Read" && peer.rfind("CommonPack/", 0) == 0) ||
         (op == "Write" && peer == "CommonPackBuffer"))
-      name = "BM_" + message + op + "_CommonPack";
-    const auto it = times_.find(name);
-    return it == times_.end() ? 0 : it->second;
+      return Time("BM_" + message + op + "_CommonPack");
+    return Time("BM_" + message + op + "_" + peer);
   }
-
-  std::map<std::string, double> times_;
 };
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  benchmark::Initialize(&argc, argv);
-  if (benchmark::ReportUnrecognizedArguments(argc, argv))
-    return 1;
   RatioReporter reporter;
-  benchmark::RunSpecifiedBenchmarks(&reporter);
-  benchmark::Shutdown();
-  return 0;
+  return base::bench::RunBenchmarks(argc, argv, reporter);
 }
