@@ -321,6 +321,8 @@ class BASE_EXPORT CommonPack {
   // fail where they fail.
   template <typename... Parts>
   bool AddInPlace(bool netOrder, const unsigned char* p, unsigned int n, Parts... parts);
+  // The TLV operations of every tag width: the one-pass common case, and the
+  // separate steps that everything else takes.
   template <typename Tag>
   bool AddTagged(Tag tag, const Buffer& value, OrvCommPackDataType type);
   template <typename Tag>
