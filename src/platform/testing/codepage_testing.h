@@ -1,6 +1,6 @@
 // Test control: counts of the work the code-page backend has done, so that
-// tests can see that a page is queried once and a converter opened once.
-// Not exported.
+// tests can see that a page is queried once and a converter opened once, and
+// a way to start again from closed converters. Not exported.
 #ifndef BASE_PLATFORM_TESTING_CODEPAGE_TESTING_H_
 #define BASE_PLATFORM_TESTING_CODEPAGE_TESTING_H_
 
@@ -10,6 +10,9 @@ namespace base::platform::testing {
 int CodePageInfoQueries();
 // Converters opened (successfully or not) since the library was loaded.
 int CodePageConverterOpens();
+// Closes every converter the backend keeps, so that the next use of a page
+// opens it again, as the first use after loading does.
+void CloseCodePageConverters();
 
 }  // namespace base::platform::testing
 
