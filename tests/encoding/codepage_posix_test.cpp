@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "platform/codepage.h"
+#include "platform/testing/codepage_testing.h"
 
 namespace base::platform {
 namespace {
@@ -42,6 +43,18 @@ TEST(CodePagePlatformTest, ConvertsOnlyToExactlyOneUnit) {
   EXPECT_EQ(unit, 0xBEEF);
   EXPECT_TRUE(ConvertToOneUnit(0, "\x80", 1, unit));  // the ANSI page
   EXPECT_EQ(unit, 0x20AC);
+}
+
+TEST(CodePagePlatformTest, ClosedConvertersOpenAgainOnUse) {
+  std::uint16_t unit = 0;
+  ASSERT_TRUE(ConvertToOneUnit(20949, "\xB0\xA1", 2, unit));
+  testing::CloseCodePageConverters();
+  const int opens = testing::CodePageConverterOpens();
+  unit = 0;
+  EXPECT_TRUE(ConvertToOneUnit(20949, "\xB0\xA1", 2, unit));
+  EXPECT_EQ(unit, 0xAC00);
+  EXPECT_FALSE(ConvertToOneUnit(20949, "\xB0", 1, unit));  // an iconv page's lead alone
+  EXPECT_EQ(testing::CodePageConverterOpens(), opens + 1);
 }
 
 TEST(CodePagePlatformTest, ConvertsFromManyThreadsAtOnce) {
