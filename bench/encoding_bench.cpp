@@ -1,6 +1,10 @@
 // Code-page maps beside plain ICU. Figures to read as ratios within one run:
 //   BM_GetCPMapBuild        first GetCPMap of a page (the build)
+//   BM_BuildListedPages     first GetCPMap of all 68 listed pages, converters
+//                           closed before, as in a freshly loaded library
 //   BM_GetCPMapLookup       a later GetCPMap (a lookup)
+//   BM_CPConvertPage/N      CPConvert on page N: valid pairs of a double-byte
+//                           page, pairs (which fall back) of a single-byte one
 //   BM_CPConvert            CPConvert on valid pairs of page 936
 //   BM_IcuKeptConverter     ucnv_toUChars per pair on one kept converter (ceiling)
 //   BM_IcuOpenPerPair       ucnv_open, ucnv_toUChars, ucnv_close per pair
@@ -12,6 +16,7 @@
 
 #include "base/encoding.h"
 #include "encoding/code_page_tables.h"
+#include "platform/testing/codepage_testing.h"
 
 namespace {
 
@@ -45,6 +50,59 @@ void BM_GetCPMapBuild(benchmark::State& state) {
   }
 }
 BENCHMARK(BM_GetCPMapBuild)->Arg(1252)->Arg(936);
+
+constexpr int kListedPages[] = {
+    37,    437,   500,   708,   720,   737,   775,   850,   852,   855,   857,   860,
+    861,   862,   863,   864,   865,   866,   869,   874,   875,   932,   936,   949,
+    950,   1026,  1250,  1251,  1252,  1253,  1254,  1255,  1256,  1257,  1258,  1361,
+    10000, 10001, 10002, 10003, 10004, 10005, 10006, 10007, 10008, 10010, 10017, 10021,
+    10029, 10079, 10081, 10082, 20127, 20866, 20932, 20949, 21866, 28591, 28592, 28593,
+    28594, 28595, 28596, 28597, 28598, 28599, 28603, 28605};
+
+void BM_BuildListedPages(benchmark::State& state) {
+  for (auto _ : state) {
+    state.PauseTiming();
+    for (int page : kListedPages)
+      ForgetPage(page);
+    base::platform::testing::CloseCodePageConverters();
+    state.ResumeTiming();
+    for (int page : kListedPages)
+      benchmark::DoNotOptimize(XmlText::Encoding::GetCPMap(page));
+  }
+}
+BENCHMARK(BM_BuildListedPages)->Unit(benchmark::kMillisecond);
+
+// Up to 4,096 pairs of `page` that CPConvert turns into a character; for a
+// page without lead bytes, pairs of letters, which it cannot.
+std::vector<char> PairsOf(int page) {
+  const int* map = XmlText::Encoding::GetCPMap(page);
+  const int fallback = XmlText::Encoding::GetCPDefChar(page);
+  std::vector<char> bytes;
+  for (int lead = 0; map && lead < 256; ++lead) {
+    for (int trail = 0; map[lead] == XmlText::Encoding::kLeadByte && trail < 256; ++trail) {
+      const char pair[2] = {static_cast<char>(lead), static_cast<char>(trail)};
+      if (bytes.size() < 8192 && XmlText::Encoding::CPConvert(page, pair) != fallback)
+        bytes.insert(bytes.end(), pair, pair + 2);
+    }
+  }
+  for (char letter = 'A'; bytes.empty() && letter <= 'Z'; ++letter)
+    bytes.insert(bytes.end(), {letter, 'a'});
+  return bytes;
+}
+
+void BM_CPConvertPage(benchmark::State& state) {
+  const int page = static_cast<int>(state.range(0));
+  const std::vector<char> pairs = PairsOf(page);
+  for (auto _ : state) {
+    for (std::size_t i = 0; i < pairs.size(); i += 2)
+      benchmark::DoNotOptimize(XmlText::Encoding::CPConvert(page, &pairs[i]));
+  }
+  state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(pairs.size() / 2));
+}
+BENCHMARK(BM_CPConvertPage)->MinTime(0.05)->Apply([](benchmark::internal::Benchmark* bench) {
+  for (int page : kListedPages)
+    bench->Arg(page);
+});
 
 void BM_GetCPMapLookup(benchmark::State& state) {
   XmlText::Encoding::GetCPMap(936);

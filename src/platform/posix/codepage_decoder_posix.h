@@ -29,11 +29,12 @@ class CodePageDecoder {
 // Null when ICU cannot open `name`.
 std::unique_ptr<CodePageDecoder> OpenIcuDecoder(const char* name);
 
-// Null when iconv cannot convert from `name`. With `jisSupplementInPairs`, a
-// pair (lead, trail) whose trail byte lacks its high bit is read as the
-// character of EUC-JP's three-byte supplement (0x8F, lead, trail | 0x80),
-// which a page of at most two bytes cannot carry otherwise.
-std::unique_ptr<CodePageDecoder> OpenIconvDecoder(const char* name, bool jisSupplementInPairs);
+// Null when iconv cannot convert from `name`.
+std::unique_ptr<CodePageDecoder> OpenIconvDecoder(const char* name);
+
+// The Windows page of EUC-JP in characters of at most two bytes, over a
+// decoder of full EUC-JP (see codepage_eucjp_posix.cpp). Null when `eucJp` is.
+std::unique_ptr<CodePageDecoder> OpenDoubleByteEucJpDecoder(std::unique_ptr<CodePageDecoder> eucJp);
 
 }  // namespace base::platform
 

@@ -18,18 +18,12 @@ constexpr unsigned char kFirstHighByte = 0x80;
 // Trail bytes of every double-byte page here lie in this range.
 constexpr unsigned char kFirstTrail = 0x21;
 constexpr unsigned char kLastTrail = 0xFE;
-// EUC-JP's single shift to the JIS X 0212 supplement, and the range of the
-// supplement's bytes after it.
-constexpr char kSingleShift3 = static_cast<char>(0x8F);
-constexpr unsigned char kFirstEucByte = 0xA1;
-constexpr unsigned char kGraphicHighBit = 0x80;
 
 enum class Outcome { kOneUnit, kIncomplete, kFailed };
 
 class IconvDecoder final : public CodePageDecoder {
  public:
-  IconvDecoder(iconv_t descriptor, bool jisSupplementInPairs)
-      : descriptor_(descriptor), jisSupplementInPairs_(jisSupplementInPairs) {}
+  explicit IconvDecoder(iconv_t descriptor) : descriptor_(descriptor) {}
   IconvDecoder(const IconvDecoder&) = delete;
   IconvDecoder& operator=(const IconvDecoder&) = delete;
   ~IconvDecoder() override { iconv_close(descriptor_); }
@@ -50,9 +44,7 @@ class IconvDecoder final : public CodePageDecoder {
   }
 
   bool ToOneUnit(const char* bytes, int length, std::uint16_t& out) override {
-    if (Convert(bytes, static_cast<std::size_t>(length), out) == Outcome::kOneUnit)
-      return true;
-    return length == 2 && jisSupplementInPairs_ && SupplementPair(bytes, out);
+    return Convert(bytes, static_cast<std::size_t>(length), out) == Outcome::kOneUnit;
   }
 
  private:
@@ -79,18 +71,6 @@ class IconvDecoder final : public CodePageDecoder {
     return false;
   }
 
-  // The double-byte EUC-JP page has no room for the three-byte supplement,
-  // so it carries the supplement's characters as (lead, trail) with the trail
-  // byte's high bit clear, a form EUC-JP itself never uses.
-  bool SupplementPair(const char* pair, std::uint16_t& out) {
-    const auto lead = static_cast<unsigned char>(pair[0]);
-    const auto trail = static_cast<unsigned char>(pair[1]);
-    if (lead < kFirstEucByte || trail < kFirstTrail || trail >= kGraphicHighBit)
-      return false;
-    const char shifted[3] = {kSingleShift3, pair[0], static_cast<char>(trail | kGraphicHighBit)};
-    return Convert(shifted, sizeof shifted, out) == Outcome::kOneUnit;
-  }
-
   Outcome Convert(const char* bytes, std::size_t length, std::uint16_t& out) {
     // Room for one UTF-16 unit only: a second unit, or a surrogate pair, makes
     // iconv stop short, which fails below.
@@ -110,18 +90,17 @@ class IconvDecoder final : public CodePageDecoder {
   }
 
   iconv_t descriptor_;
-  bool jisSupplementInPairs_;
   bool leadsSearched_ = false;
   bool leads_[kByteValues] = {};
 };
 
 }  // namespace
 
-std::unique_ptr<CodePageDecoder> OpenIconvDecoder(const char* name, bool jisSupplementInPairs) {
+std::unique_ptr<CodePageDecoder> OpenIconvDecoder(const char* name) {
   iconv_t descriptor = iconv_open("UTF-16LE", name);
   if (descriptor == reinterpret_cast<iconv_t>(-1))
     return nullptr;
-  return std::make_unique<IconvDecoder>(descriptor, jisSupplementInPairs);
+  return std::make_unique<IconvDecoder>(descriptor);
 }
 
 }  // namespace base::platform

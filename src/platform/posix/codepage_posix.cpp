@@ -71,7 +71,9 @@ std::unique_ptr<CodePageDecoder> OpenDecoder(const CodePageSource& source) {
     case ConversionLibrary::kIcu:
       return OpenIcuDecoder(source.name.c_str());
     case ConversionLibrary::kIconv:
-      return OpenIconvDecoder(source.name.c_str(), source.jisSupplementInPairs);
+      if (source.doubleByteEucJp)
+        return OpenDoubleByteEucJpDecoder(OpenIconvDecoder(source.name.c_str()));
+      return OpenIconvDecoder(source.name.c_str());
     case ConversionLibrary::kNone:
       break;
   }

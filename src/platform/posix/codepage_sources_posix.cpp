@@ -104,8 +104,8 @@ constexpr ByteOverride kWindowsByteOverrides[] = {
     {875, 0xFC, 0x001A},
     {875, 0xFD, 0x001A},
     {1026, 0x9A, 0x00AA},
-    // Apple's single bytes beside the double-byte sets of its Japanese, Chinese
-    // and Korean pages, and the bytes that EUC-JP reserves for its shifts.
+    // Apple's single bytes beside the double-byte sets of its Japanese and
+    // Chinese pages.
     {10001, 0x80, 0x0080},
     {10001, 0xA0, 0x00A0},
     {10001, 0xFD, 0x00A9},
@@ -115,7 +115,6 @@ constexpr ByteOverride kWindowsByteOverrides[] = {
     {10002, 0xFE, 0x2122},
     {10002, 0xFF, 0x2026},
     {10008, 0x80, 0x0080},
-    {20932, 0x8F, 0x008F},
     // Where Mac Romanian and Mac Icelandic depart from Mac Roman.
     {10010, 0xAE, 0x0102},
     {10010, 0xAF, 0x015E},
@@ -143,7 +142,7 @@ CodePageSource FindCodePageSource(std::uint32_t page) {
     if (named.page == page) {
       source.library = named.library;
       source.name = named.name;
-      source.jisSupplementInPairs = page == 20932;
+      source.doubleByteEucJp = page == 20932;
       return source;
     }
   }

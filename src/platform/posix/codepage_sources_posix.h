@@ -15,8 +15,8 @@ struct CodePageSource {
   ConversionLibrary library = ConversionLibrary::kNone;
   // The converter's name in that library.
   std::string name;
-  // EUC-JP's supplement carried in two-byte pairs (see OpenIconvDecoder).
-  bool jisSupplementInPairs = false;
+  // EUC-JP cut to characters of two bytes (see OpenDoubleByteEucJpDecoder).
+  bool doubleByteEucJp = false;
 };
 
 // The source of `page`, a resolved page number (no pseudo page). kNone for a
