@@ -64,6 +64,9 @@ bool IsRotatedControl(char byte) {
 struct PageDecoder {
   std::unique_ptr<CodePageDecoder> decoder;  // null: the page is unknown
   bool rotates_controls = false;
+  // Every byte alone is a character or invalid, so two bytes or more never
+  // make one unit: a fallback CPConvert on such a page converts nothing.
+  bool single_byte = false;
 };
 
 std::unique_ptr<CodePageDecoder> OpenDecoder(const CodePageSource& source) {
@@ -84,7 +87,10 @@ PageDecoder OpenPage(std::uint32_t page) {
   g_converter_opens.fetch_add(1, std::memory_order_relaxed);
   PageDecoder opened;
   opened.decoder = OpenDecoder(FindCodePageSource(page));
-  opened.rotates_controls = opened.decoder && RotatesControls(*opened.decoder);
+  if (opened.decoder) {
+    opened.rotates_controls = RotatesControls(*opened.decoder);
+    opened.single_byte = opened.decoder->MaxCharSize() == 1;
+  }
   return opened;
 }
 
@@ -95,16 +101,16 @@ class DecoderCache {
  public:
   std::mutex& lock() { return lock_; }
 
-  // The caller holds lock(). `page` is already resolved. Null when the page
-  // is unknown.
-  CodePageDecoder* Get(std::uint32_t page, bool& rotates_controls) {
+  // The caller holds lock(). `page` is already resolved. The decoder is null
+  // when the page is unknown.
+  const PageDecoder& Get(std::uint32_t page) {
+    static const PageDecoder kUnknown;
     if (page > kHighestPage)
-      return nullptr;
+      return kUnknown;
     auto found = decoders_.find(page);
     if (found == decoders_.end())
       found = decoders_.emplace(page, OpenPage(page)).first;
-    rotates_controls = found->second.rotates_controls;
-    return found->second.decoder.get();
+    return found->second;
   }
 
   // The caller holds lock().
@@ -154,8 +160,7 @@ bool QueryCodePageInfo(std::uint32_t page, CodePageInfo& info) {
   page = ResolvePseudoPage(page);
   DecoderCache& cache = Cache();
   std::lock_guard<std::mutex> hold(cache.lock());
-  bool rotates_controls = false;
-  CodePageDecoder* decoder = cache.Get(page, rotates_controls);
+  CodePageDecoder* decoder = cache.Get(page).decoder.get();
   if (!decoder)
     return false;
   CodePageInfo result;
@@ -174,11 +179,11 @@ bool ConvertToOneUnit(std::uint32_t page, const char* bytes, int length, std::ui
   page = ResolvePseudoPage(page);
   DecoderCache& cache = Cache();
   std::lock_guard<std::mutex> hold(cache.lock());
-  bool rotates_controls = false;
-  CodePageDecoder* decoder = cache.Get(page, rotates_controls);
-  if (!decoder)
+  const PageDecoder& opened = cache.Get(page);
+  CodePageDecoder* decoder = opened.decoder.get();
+  if (!decoder || (length > 1 && opened.single_byte))
     return false;
-  if (length == 1 && rotates_controls && IsRotatedControl(bytes[0])) {
+  if (length == 1 && opened.rotates_controls && IsRotatedControl(bytes[0])) {
     out = static_cast<std::uint8_t>(bytes[0]);
     return true;
   }
