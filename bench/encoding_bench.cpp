@@ -51,22 +51,14 @@ void BM_GetCPMapBuild(benchmark::State& state) {
 }
 BENCHMARK(BM_GetCPMapBuild)->Arg(1252)->Arg(936);
 
-constexpr int kListedPages[] = {
-    37,    437,   500,   708,   720,   737,   775,   850,   852,   855,   857,   860,
-    861,   862,   863,   864,   865,   866,   869,   874,   875,   932,   936,   949,
-    950,   1026,  1250,  1251,  1252,  1253,  1254,  1255,  1256,  1257,  1258,  1361,
-    10000, 10001, 10002, 10003, 10004, 10005, 10006, 10007, 10008, 10010, 10017, 10021,
-    10029, 10079, 10081, 10082, 20127, 20866, 20932, 20949, 21866, 28591, 28592, 28593,
-    28594, 28595, 28596, 28597, 28598, 28599, 28603, 28605};
-
 void BM_BuildListedPages(benchmark::State& state) {
   for (auto _ : state) {
     state.PauseTiming();
-    for (int page : kListedPages)
+    for (int page : base::platform::testing::kListedCodePages)
       ForgetPage(page);
     base::platform::testing::CloseCodePageConverters();
     state.ResumeTiming();
-    for (int page : kListedPages)
+    for (int page : base::platform::testing::kListedCodePages)
       benchmark::DoNotOptimize(XmlText::Encoding::GetCPMap(page));
   }
 }
@@ -100,7 +92,7 @@ void BM_CPConvertPage(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(pairs.size() / 2));
 }
 BENCHMARK(BM_CPConvertPage)->MinTime(0.05)->Apply([](benchmark::internal::Benchmark* bench) {
-  for (int page : kListedPages)
+  for (int page : base::platform::testing::kListedCodePages)
     bench->Arg(page);
 });
 

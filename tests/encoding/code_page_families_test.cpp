@@ -5,22 +5,18 @@
 #include <utility>
 
 #include "base/encoding.h"
+#include "platform/testing/codepage_testing.h"
 
-// Expected characters come from Microsoft's published mapping tables, as the
-// codecs of Python's standard library carry them (cp037, cp500, cp875, cp1026
-// are generated from Microsoft's EBCDIC tables), or from reasoning stated
-// beside them.
+// Expected characters come from published mapping tables as the codecs of
+// Python's standard library carry them: Microsoft's EBCDIC tables (cp037,
+// cp500, cp875, cp1026), Apple's (mac_romanian, mac_iceland, mac_cyrillic),
+// the JIS, KS and GB sets (euc_jp, euc_kr, johab, gb2312, big5, shift_jis) and
+// ISO 8859-6; or from reasoning stated beside them.
 namespace XmlText::Encoding {
 namespace {
 
-// Every page a Windows system lists as supported.
-constexpr int kListedPages[] = {
-    37,    437,   500,   708,   720,   737,   775,   850,   852,   855,   857,   860,
-    861,   862,   863,   864,   865,   866,   869,   874,   875,   932,   936,   949,
-    950,   1026,  1250,  1251,  1252,  1253,  1254,  1255,  1256,  1257,  1258,  1361,
-    10000, 10001, 10002, 10003, 10004, 10005, 10006, 10007, 10008, 10010, 10017, 10021,
-    10029, 10079, 10081, 10082, 20127, 20866, 20932, 20949, 21866, 28591, 28592, 28593,
-    28594, 28595, 28596, 28597, 28598, 28599, 28603, 28605};
+using base::platform::testing::kListedCodePages;
+
 constexpr int kDoubleBytePages[] = {932,   936,   949,   950,   1361, 10001,
                                     10002, 10003, 10008, 20932, 20949};
 // Mac Arabic, Hebrew, Thai and Croatian: no conversion library on Linux has
@@ -56,7 +52,7 @@ int Pair(int page, int lead, int trail) {
 }
 
 TEST(CodePageFamiliesTest, EveryListedPageHasAMapOfItsKind) {
-  for (int page : kListedPages) {
+  for (int page : kListedCodePages) {
     const int* map = GetCPMap(page);
     if (Contains(kPagesWithoutSource, page)) {
       EXPECT_EQ(map, nullptr) << page;

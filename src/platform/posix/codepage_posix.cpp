@@ -62,7 +62,10 @@ bool IsRotatedControl(char byte) {
 }
 
 struct PageDecoder {
+  explicit PageDecoder(std::uint32_t page) : overrides(page) {}
+
   std::unique_ptr<CodePageDecoder> decoder;  // null: the page is unknown
+  ByteOverrides overrides;
   bool rotates_controls = false;
   // Every byte alone is a character or invalid, so two bytes or more never
   // make one unit: a fallback CPConvert on such a page converts nothing.
@@ -85,7 +88,7 @@ std::unique_ptr<CodePageDecoder> OpenDecoder(const CodePageSource& source) {
 
 PageDecoder OpenPage(std::uint32_t page) {
   g_converter_opens.fetch_add(1, std::memory_order_relaxed);
-  PageDecoder opened;
+  PageDecoder opened(page);
   opened.decoder = OpenDecoder(FindCodePageSource(page));
   if (opened.decoder) {
     opened.rotates_controls = RotatesControls(*opened.decoder);
@@ -104,7 +107,7 @@ class DecoderCache {
   // The caller holds lock(). `page` is already resolved. The decoder is null
   // when the page is unknown.
   const PageDecoder& Get(std::uint32_t page) {
-    static const PageDecoder kUnknown;
+    static const PageDecoder kUnknown(0);
     if (page > kHighestPage)
       return kUnknown;
     auto found = decoders_.find(page);
@@ -128,14 +131,12 @@ DecoderCache& Cache() {
 
 // Turns the lead-byte flags into (low, high) ranges, at most six. A byte with
 // a character of its own in the Windows table leads nothing.
-void FillLeadBytes(std::uint32_t page,
-                   CodePageDecoder& decoder,
-                   std::uint8_t (&cells)[kLeadByteCells]) {
+void FillLeadBytes(const PageDecoder& opened, std::uint8_t (&cells)[kLeadByteCells]) {
   bool leads[kByteValues];
-  decoder.FindLeadBytes(leads);
+  opened.decoder->FindLeadBytes(leads);
   for (int byte = 0; byte < kByteValues; ++byte) {
     std::uint16_t unit = 0;
-    leads[byte] = leads[byte] && !FindByteOverride(page, static_cast<unsigned char>(byte), unit);
+    leads[byte] = leads[byte] && !opened.overrides.Find(static_cast<unsigned char>(byte), unit);
   }
   int cell = 0;
   int byte = 0;
@@ -160,14 +161,15 @@ bool QueryCodePageInfo(std::uint32_t page, CodePageInfo& info) {
   page = ResolvePseudoPage(page);
   DecoderCache& cache = Cache();
   std::lock_guard<std::mutex> hold(cache.lock());
-  CodePageDecoder* decoder = cache.Get(page).decoder.get();
+  const PageDecoder& opened = cache.Get(page);
+  CodePageDecoder* decoder = opened.decoder.get();
   if (!decoder)
     return false;
   CodePageInfo result;
   // ICU counts what one UTF-16 unit can need (3 bytes of UTF-8); Windows
   // counts a whole character (4).
   result.max_char_size = page == kUtf8Page ? 4 : decoder->MaxCharSize();
-  FillLeadBytes(page, *decoder, result.lead_bytes);
+  FillLeadBytes(opened, result.lead_bytes);
   result.unicode_default_char = UnicodeDefaultChar(page);
   info = result;
   return true;
@@ -187,7 +189,7 @@ bool ConvertToOneUnit(std::uint32_t page, const char* bytes, int length, std::ui
     out = static_cast<std::uint8_t>(bytes[0]);
     return true;
   }
-  if (length == 1 && FindByteOverride(page, static_cast<unsigned char>(bytes[0]), out))
+  if (length == 1 && opened.overrides.Find(static_cast<unsigned char>(bytes[0]), out))
     return true;
   return decoder->ToOneUnit(bytes, length, out);
 }

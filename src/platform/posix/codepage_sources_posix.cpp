@@ -129,10 +129,17 @@ std::uint16_t UnicodeDefaultChar(std::uint32_t page) {
   }
 }
 
-bool FindByteOverride(std::uint32_t page, unsigned char byte, std::uint16_t& out) {
+ByteOverrides::ByteOverrides(std::uint32_t page) {
   for (const ByteOverride& entry : kWindowsByteOverrides) {
-    if (entry.page == page && entry.byte == byte) {
-      out = entry.unit;
+    if (entry.page == page)
+      units_.emplace_back(entry.byte, entry.unit);
+  }
+}
+
+bool ByteOverrides::Find(unsigned char byte, std::uint16_t& out) const {
+  for (const auto& unit : units_) {
+    if (unit.first == byte) {
+      out = unit.second;
       return true;
     }
   }

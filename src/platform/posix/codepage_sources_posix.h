@@ -6,6 +6,8 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace base::platform {
 
@@ -27,9 +29,19 @@ CodePageSource FindCodePageSource(std::uint32_t page);
 // The character Windows substitutes for what `page` cannot convert.
 std::uint16_t UnicodeDefaultChar(std::uint32_t page);
 
-// The Windows character of `byte` alone in `page` where the source maps it
-// elsewhere or not at all. A byte found here is never a lead byte.
-bool FindByteOverride(std::uint32_t page, unsigned char byte, std::uint16_t& out);
+// The Windows characters of the single bytes of one page that its source
+// maps elsewhere or not at all. A byte found here is never a lead byte.
+class ByteOverrides {
+ public:
+  explicit ByteOverrides(std::uint32_t page);
+
+  // True, with the Windows character in `out`, when `byte` is overridden.
+  bool Find(unsigned char byte, std::uint16_t& out) const;
+
+ private:
+  // At most a handful per page, so a scan beats a lookup table.
+  std::vector<std::pair<unsigned char, std::uint16_t>> units_;
+};
 
 }  // namespace base::platform
 
