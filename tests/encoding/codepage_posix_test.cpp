@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <cstring>
 #include <thread>
 #include <vector>
@@ -53,8 +54,15 @@ TEST(CodePagePlatformTest, ClosedConvertersOpenAgainOnUse) {
   unit = 0;
   EXPECT_TRUE(ConvertToOneUnit(20949, "\xB0\xA1", 2, unit));
   EXPECT_EQ(unit, 0xAC00);
-  EXPECT_FALSE(ConvertToOneUnit(20949, "\xB0", 1, unit));  // an iconv page's lead alone
   EXPECT_EQ(testing::CodePageConverterOpens(), opens + 1);
+}
+
+TEST(CodePagePlatformTest, FailedConversionsLeaveErrnoAlone) {
+  std::uint16_t unit = 0;
+  errno = ERANGE;
+  EXPECT_FALSE(ConvertToOneUnit(20949, "\xB0", 1, unit));      // iconv: incomplete
+  EXPECT_FALSE(ConvertToOneUnit(20949, "\xFF\xFF", 2, unit));  // iconv: illegal
+  EXPECT_EQ(errno, ERANGE);
 }
 
 TEST(CodePagePlatformTest, ConvertsFromManyThreadsAtOnce) {

@@ -1,9 +1,10 @@
 // Code-page decoders over glibc's iconv, for the pages ICU has no table of.
 // iconv tells neither the lead bytes nor the longest character, so both are
 // found by asking it: a lead byte is one that begins at least one valid pair,
-// which is what the lead bytes of a Windows table mean too. The search costs a
-// few thousand conversions once per page, most of them in rows that hold
-// nothing.
+// which is what the lead bytes of the Windows tables served from here mean
+// too. The search costs a few thousand conversions once per page, most of
+// them in rows that hold nothing. iconv reports through errno, which the
+// caller gets back as it was.
 #include <iconv.h>
 
 #include <cerrno>
@@ -72,6 +73,13 @@ class IconvDecoder final : public CodePageDecoder {
   }
 
   Outcome Convert(const char* bytes, std::size_t length, std::uint16_t& out) {
+    const int callerErrno = errno;
+    const Outcome outcome = ConvertOnce(bytes, length, out);
+    errno = callerErrno;
+    return outcome;
+  }
+
+  Outcome ConvertOnce(const char* bytes, std::size_t length, std::uint16_t& out) {
     // Room for one UTF-16 unit only: a second unit, or a surrogate pair, makes
     // iconv stop short, which fails below.
     unsigned char unit[2];

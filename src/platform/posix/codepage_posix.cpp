@@ -77,7 +77,7 @@ std::unique_ptr<CodePageDecoder> OpenDecoder(const CodePageSource& source) {
     case ConversionLibrary::kIcu:
       return OpenIcuDecoder(source.name.c_str());
     case ConversionLibrary::kIconv:
-      if (source.doubleByteEucJp)
+      if (source.double_byte_euc_jp)
         return OpenDoubleByteEucJpDecoder(OpenIconvDecoder(source.name.c_str()));
       return OpenIconvDecoder(source.name.c_str());
     case ConversionLibrary::kNone:
