@@ -28,6 +28,10 @@ TEST(CodePagePlatformTest, ReportsWhatTheBuildNeeds) {
   EXPECT_EQ(info.max_char_size, 1u);
   EXPECT_EQ(info.unicode_default_char, '?');
 
+  // Mac Arabic, Hebrew, Thai and Croatian: neither ICU nor iconv has them.
+  for (std::uint32_t page : {10004u, 10005u, 10021u, 10082u})
+    EXPECT_FALSE(QueryCodePageInfo(page, info)) << page;
+
   // Failure leaves the caller's value alone.
   info.max_char_size = 7;
   EXPECT_FALSE(QueryCodePageInfo(12345, info));
