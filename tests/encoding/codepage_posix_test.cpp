@@ -1,10 +1,12 @@
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <cstring>
 #include <thread>
 #include <vector>
 
 #include "platform/codepage.h"
+#include "platform/testing/codepage_testing.h"
 
 namespace base::platform {
 namespace {
@@ -26,6 +28,10 @@ TEST(CodePagePlatformTest, ReportsWhatTheBuildNeeds) {
   EXPECT_EQ(info.max_char_size, 1u);
   EXPECT_EQ(info.unicode_default_char, '?');
 
+  // Mac Arabic, Hebrew, Thai and Croatian: neither ICU nor iconv has them.
+  for (std::uint32_t page : {10004u, 10005u, 10021u, 10082u})
+    EXPECT_FALSE(QueryCodePageInfo(page, info)) << page;
+
   // Failure leaves the caller's value alone.
   info.max_char_size = 7;
   EXPECT_FALSE(QueryCodePageInfo(12345, info));
@@ -42,6 +48,25 @@ TEST(CodePagePlatformTest, ConvertsOnlyToExactlyOneUnit) {
   EXPECT_EQ(unit, 0xBEEF);
   EXPECT_TRUE(ConvertToOneUnit(0, "\x80", 1, unit));  // the ANSI page
   EXPECT_EQ(unit, 0x20AC);
+}
+
+TEST(CodePagePlatformTest, ClosedConvertersOpenAgainOnUse) {
+  std::uint16_t unit = 0;
+  ASSERT_TRUE(ConvertToOneUnit(20949, "\xB0\xA1", 2, unit));
+  testing::CloseCodePageConverters();
+  const int opens = testing::CodePageConverterOpens();
+  unit = 0;
+  EXPECT_TRUE(ConvertToOneUnit(20949, "\xB0\xA1", 2, unit));
+  EXPECT_EQ(unit, 0xAC00);
+  EXPECT_EQ(testing::CodePageConverterOpens(), opens + 1);
+}
+
+TEST(CodePagePlatformTest, FailedConversionsLeaveErrnoAlone) {
+  std::uint16_t unit = 0;
+  errno = ERANGE;
+  EXPECT_FALSE(ConvertToOneUnit(20949, "\xB0", 1, unit));      // iconv: incomplete
+  EXPECT_FALSE(ConvertToOneUnit(20949, "\xFF\xFF", 2, unit));  // iconv: illegal
+  EXPECT_EQ(errno, ERANGE);
 }
 
 TEST(CodePagePlatformTest, ConvertsFromManyThreadsAtOnce) {

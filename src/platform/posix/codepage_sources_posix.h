@@ -1,0 +1,48 @@
+// Where the posix backend takes each Windows code page from, and the few
+// single bytes where that source and the Windows table disagree.
+// Posix-private.
+#ifndef BASE_PLATFORM_POSIX_CODEPAGE_SOURCES_POSIX_H_
+#define BASE_PLATFORM_POSIX_CODEPAGE_SOURCES_POSIX_H_
+
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace base::platform {
+
+enum class ConversionLibrary { kNone, kIcu, kIconv };
+
+struct CodePageSource {
+  ConversionLibrary library = ConversionLibrary::kNone;
+  // The converter's name in that library.
+  std::string name;
+  // EUC-JP cut to characters of two bytes (see OpenDoubleByteEucJpDecoder).
+  bool double_byte_euc_jp = false;
+};
+
+// The source of `page`, a resolved page number (no pseudo page). kNone for a
+// page that Windows serves to no multibyte caller; any other page is tried
+// under ICU's Windows name and is unknown when ICU has no such converter.
+CodePageSource FindCodePageSource(std::uint32_t page);
+
+// The character Windows substitutes for what `page` cannot convert.
+std::uint16_t UnicodeDefaultChar(std::uint32_t page);
+
+// The Windows characters of the single bytes of one page that its source
+// maps elsewhere or not at all. A byte found here is never a lead byte.
+class ByteOverrides {
+ public:
+  explicit ByteOverrides(std::uint32_t page);
+
+  // True, with the Windows character in `out`, when `byte` is overridden.
+  bool Find(unsigned char byte, std::uint16_t& out) const;
+
+ private:
+  // At most a handful per page, so a scan beats a lookup table.
+  std::vector<std::pair<unsigned char, std::uint16_t>> units_;
+};
+
+}  // namespace base::platform
+
+#endif  // BASE_PLATFORM_POSIX_CODEPAGE_SOURCES_POSIX_H_
