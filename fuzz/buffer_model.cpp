@@ -105,65 +105,55 @@ class BufferScript {
     return bytes;
   }
 
-  void CopyFromOutside() {
-    const bool null = fdp_.ConsumeIntegralInRange(0, 7) == 0;
-    const Bytes src = Outside(512);
+  // What CopyFrom and Append take: `n` bytes at `p`, which hold `bytes`.
+  struct Source {
+    const unsigned char* p = nullptr;
+    std::size_t n = 0;
+    Bytes bytes;
+  };
+
+  // Bytes from the script; a null pointer with a length; or a range of the own
+  // contents, which the call may release under it.
+  Source PickSource() {
+    Source src;
+    const int kind = fdp_.ConsumeIntegralInRange(0, 7);
+    if (kind > 1 || model_.size == 0) {
+      src.bytes = Outside(512);
+      src.n = src.bytes.size();
+      src.p = src.bytes.data();
+      if (kind == 7) {
+        src.p = nullptr;
+        src.bytes.clear();
+      }
+      return src;
+    }
+    const auto offset = fdp_.ConsumeIntegralInRange<std::size_t>(0, model_.size - 1);
+    src.n = fdp_.ConsumeIntegralInRange<std::size_t>(0, model_.size - offset);
+    src.p = buf().GetNativeBuf() + offset;
+    src.bytes.assign(model_.block.begin() + offset, model_.block.begin() + offset + src.n);
+    return src;
+  }
+
+  void CopyFrom() {
+    const Source src = PickSource();
     const unsigned char* const before = buf().GetNativeBuf();
-    const unsigned char* p = null ? nullptr : src.data();
     // Only the own block is refused, and a null source on an empty buffer is
     // just that.
-    const bool refused = p == before;
-    FUZZ_CHECK(buf().CopyFrom(p, src.size()) == !refused);
+    const bool refused = src.p == before;
+    FUZZ_CHECK(buf().CopyFrom(src.p, src.n) == !refused);
     if (!refused)
-      ExpectMoved(before, model_.CopyFrom(null ? Bytes() : src));
+      ExpectMoved(before, model_.CopyFrom(src.bytes));
   }
 
-  // A range of the own contents, [offset, offset + n).
-  bool PickInside(std::size_t& offset, std::size_t& n) {
-    if (model_.size == 0)
-      return false;
-    offset = fdp_.ConsumeIntegralInRange<std::size_t>(0, model_.size - 1);
-    n = fdp_.ConsumeIntegralInRange<std::size_t>(0, model_.size - offset);
-    return true;
-  }
-
-  void CopyFromInside() {
-    std::size_t offset = 0, n = 0;
-    if (!PickInside(offset, n))
-      return;
-    unsigned char* const before = buf().GetNativeBuf();
-    const Bytes src(model_.block.begin() + offset, model_.block.begin() + offset + n);
-    FUZZ_CHECK(buf().CopyFrom(before + offset, n) == (offset != 0));
-    if (offset != 0)
-      ExpectMoved(before, model_.CopyFrom(src));
-  }
-
-  void AppendFromOutside() {
-    const bool null = fdp_.ConsumeIntegralInRange(0, 7) == 0;
-    const Bytes src = Outside(512);
+  void Append() {
+    const Source src = PickSource();
     const unsigned char* const before = buf().GetNativeBuf();
-    unsigned char* const result = buf().Append(null ? nullptr : src.data(), src.size());
-    if (null || src.empty()) {
+    unsigned char* const result = buf().Append(src.p, src.n);
+    if (src.p == nullptr || src.n == 0) {
       FUZZ_CHECK(result == nullptr);
       return;
     }
-    ExpectMoved(before, model_.Append(src));
-    FUZZ_CHECK(result == buf().GetNativeBuf());
-  }
-
-  // The source lies in the block that may be replaced under it.
-  void AppendFromInside() {
-    std::size_t offset = 0, n = 0;
-    if (!PickInside(offset, n))
-      return;
-    unsigned char* const before = buf().GetNativeBuf();
-    const Bytes src(model_.block.begin() + offset, model_.block.begin() + offset + n);
-    unsigned char* const result = buf().Append(before + offset, n);
-    if (n == 0) {
-      FUZZ_CHECK(result == nullptr);
-      return;
-    }
-    ExpectMoved(before, model_.Append(src));
+    ExpectMoved(before, model_.Append(src.bytes));
     FUZZ_CHECK(result == buf().GetNativeBuf());
   }
 
@@ -291,13 +281,11 @@ class BufferScript {
         FUZZ_CHECK(buf().Empty());
         return model_.Clear();
       case 2:
-        return CopyFromOutside();
       case 3:
-        return CopyFromInside();
+        return CopyFrom();
       case 4:
-        return AppendFromOutside();
       case 5:
-        return AppendFromInside();
+        return Append();
       case 6:
       case 7:
         return Resize();
