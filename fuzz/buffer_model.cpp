@@ -14,7 +14,9 @@ namespace pack_fuzz {
 namespace {
 
 constexpr std::size_t kMaxOperations = 256;
-constexpr std::size_t kMaxSize = 4096;
+// Appends from the own contents can double the size at each step: past this
+// size they are skipped, so that an input cannot ask for gigabytes.
+constexpr std::size_t kMaxSize = 1 << 16;
 
 struct Model {
   Bytes block;  // the whole capacity
@@ -147,6 +149,8 @@ class BufferScript {
 
   void Append() {
     const Source src = PickSource();
+    if (model_.size + src.n > kMaxSize)
+      return;
     const unsigned char* const before = buf().GetNativeBuf();
     unsigned char* const result = buf().Append(src.p, src.n);
     if (src.p == nullptr || src.n == 0) {
@@ -159,7 +163,7 @@ class BufferScript {
 
   void Resize() {
     const std::size_t n = fdp_.ConsumeIntegralInRange<std::size_t>(
-        0, std::min(2 * model_.block.size() + 64, kMaxSize));
+        0, std::min<std::size_t>(2 * model_.block.size() + 64, kMaxSize));
     const unsigned char* const before = buf().GetNativeBuf();
     unsigned char* const result = buf().Resize(n);
     ExpectMoved(before, model_.Resize(n));
