@@ -2,9 +2,10 @@
 # Builds the fuzz preset and runs every fuzzer in fuzz/ for the given number of
 # seconds each (60 unless named), one after the other, starting from its seeds
 # in fuzz/corpus/<name>. What a run adds stays in build/fuzz/corpus/<name>;
-# with `merge` as the second argument, seeds and additions are then minimised
-# (libFuzzer's -merge=1) back into fuzz/corpus/<name>. Failing inputs land in
-# build/fuzz/artifacts/. The machine may be shared: long runs go under nice.
+# with `merge` as the second argument, the additions that reach something the
+# seeds do not are then copied into fuzz/corpus/<name> (libFuzzer's -merge=1,
+# which keeps every seed). Failing inputs land in build/fuzz/artifacts/. The
+# machine may be shared: long runs go under nice.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 seconds="${1:-60}"
@@ -27,10 +28,7 @@ for rules in fuzz/*.cmake; do
   echo "== $name: $seconds s"
   "$fuzzer" "${options[@]}" "$grown" "$seeds" || status=1
   if [[ "$merge" == merge ]]; then
-    minimised="$(mktemp -d build/fuzz/merge.XXXXXX)"
-    "$fuzzer" -merge=1 "$minimised" "$seeds" "$grown"
-    rm -rf "$seeds"
-    mv "$minimised" "$seeds"
+    "$fuzzer" -merge=1 "$seeds" "$grown"
   fi
 done
 exit "$status"
