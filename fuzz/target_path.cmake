@@ -1,0 +1,1 @@
+base_add_fuzzer(target_path_fuzz target_path_fuzz.cpp)
