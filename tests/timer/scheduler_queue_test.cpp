@@ -108,10 +108,7 @@ TEST_F(SchedulerQueueTest, AnAsyncMessageWithAFunctionRunsOnlyTheFunction) {
 }
 
 TEST_F(SchedulerQueueTest, AThrowingAsyncCallbackLosesTheRestOfItsBatch) {
-  g_log.onCall = [](char name, void*) {
-    if (name == 'A')
-      throw std::runtime_error("out of an async callback");
-  };
+  MakeAThrow();
   ASSERT_TRUE(SetAsyncCallback(A, nullptr, nullptr));
   ASSERT_TRUE(SetAsyncCallback(B, nullptr, nullptr));
   EXPECT_THROW(PumpMessages(0), std::runtime_error);
@@ -121,10 +118,7 @@ TEST_F(SchedulerQueueTest, AThrowingAsyncCallbackLosesTheRestOfItsBatch) {
 }
 
 TEST_F(SchedulerQueueTest, AThrowingIdleCallbackEndsIdleCallbacksForGood) {
-  g_log.onCall = [](char name, void*) {
-    if (name == 'A')
-      throw std::runtime_error("out of an idle callback");
-  };
+  MakeAThrow();
   ASSERT_TRUE(SetIdleCallback(A, nullptr, nullptr));
   ASSERT_TRUE(SetIdleCallback(B, nullptr, nullptr));
   EXPECT_THROW(NotifyIdle(), std::runtime_error);
