@@ -19,10 +19,10 @@
 // InitTimeCallback and the scheduler's first call belong to the main thread,
 // which outlives every timer.
 //
-// Exceptions: the library catches none that a callback throws. It leaves
-// base::PumpMessages or base::RunMessageLoop (on Windows, DispatchMessage) and
-// reaches the host, which may catch it and go on pumping. What is kept and
-// what is lost:
+// Exceptions: the library catches none that a callback throws. It leaves the
+// call that ran the callback (base::PumpMessages or base::RunMessageLoop for
+// timers and async callbacks, NotifyIdle for idle ones) and reaches the host,
+// which may catch it and go on. What is kept and what is lost:
 //  - callback timers and scheduler timers: the timers due behind the thrower
 //    stay due and run at the next timer message; a repeating thrower stays;
 //  - async callbacks: the rest of the thrower's batch is lost, never run;
