@@ -133,7 +133,9 @@ class BASE_EXPORT CommonPack {
   // Copies the whole input, whatever the cursor says, to `dst`, which must have
   // room for it; `len` receives the count (0 on failure, untouched for null).
   bool CopyDecodeBufferOut(unsigned char* dst, unsigned int& len) const;
-  // Bytes from the cursor to the end; 0 unless the pack is a reader.
+  // Bytes from the cursor to the end; 0 unless the pack is a reader. The
+  // trap: an attached input of 2 GiB or more gives a negative count, so a
+  // `while (GetBufferByteLeft() > 0)` loop over such an input ends at once.
   int GetBufferByteLeft() const;
 
   // Move the cursor forward; false, with the cursor unchanged, when too few

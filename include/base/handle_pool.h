@@ -91,6 +91,11 @@ static_assert(sizeof(handlepoolobject) == sizeof(void*), "a pool object is one p
 // results as the handlepoolobject functions of the same name; once the pool
 // has been released at unload, GlobalHandleAllocateHandle and
 // GlobalHandleGetEntry return 0xFFFFFFFF and the other two do nothing.
+// That refusal lasts only while the library's teardown runs. A call after it,
+// from the static destructor of a module that outlives the library's exit
+// table, makes a new, empty pool as a first call would: a handle kept from
+// before is unknown to it, and a handle it gives out may be one already in
+// use elsewhere.
 BASE_EXPORT unsigned int GlobalHandleAllocateHandle(void* object, unsigned int* handle);
 BASE_EXPORT unsigned int GlobalHandleGetEntry(unsigned int handle, st_handle_entry* entry);
 BASE_EXPORT void GlobalHandleDisableHandle(unsigned int handle);

@@ -59,6 +59,11 @@ BASE_EXPORT int CryptMemroyWinProtect(const BYTE* data,
 // is taken to come from the service the system offers now; a block of another
 // service or another boot deciphers to noise and fails only if its length
 // checks catch it.
+//
+// A block of the memory services is enciphered, not authenticated: a byte
+// changed in it deciphers to changed data, and the call still gives 1 unless
+// the change makes the recorded length too large for the block. Data blobs,
+// the fallback block included, are authenticated: any change gives 0.
 BASE_EXPORT int DecryptMemoryWinProtect(BYTE* data,
                                         DWORD length,
                                         BYTE** result,

@@ -11,6 +11,31 @@
 // callback from its message loop (on Linux: RunMessageLoop or PumpMessages,
 // see base/message_loop.h). A thread that never dispatches messages never
 // sees a callback run.
+//
+// A thread that ends takes its windows with it. Timers whose window was made
+// on a thread that has ended are dead: later calls still succeed
+// (SetTimeCallback files its timer, KillTimeCallback finds the id,
+// SetAsyncCallback gives true), but nothing runs again. Hence
+// InitTimeCallback and the scheduler's first call belong to the main thread,
+// which outlives every timer.
+//
+// Exceptions: the library catches none that a callback throws. It leaves the
+// call that ran the callback (base::PumpMessages or base::RunMessageLoop for
+// timers and async callbacks, NotifyIdle for idle ones) and reaches the host,
+// which may catch it and go on. What is kept and what is lost:
+//  - callback timers and scheduler timers: the timers due behind the thrower
+//    stay due and run at the next timer message; a repeating thrower stays;
+//  - async callbacks: the rest of the thrower's batch is lost, never run;
+//  - idle callbacks: idle callbacks end for good, and every later NotifyIdle
+//    runs nothing.
+//
+// Wake-ups: while any callback timer exists, and while the scheduler holds a
+// timer of 180 ms or less, the owner thread wakes every 10 ms, 100 times a
+// second, however long the timers' own periods are. On a Linux host that
+// cares about power (a laptop, a tray program) that keeps the CPU out of its
+// deep idle states. Keep no callback timer set when nothing is waiting, and
+// give long periods to SetInterval, whose timers above 180 ms wake the thread
+// every 100 ms and above 70,000 ms every 2 seconds.
 #ifndef BASE_TIMER_H_
 #define BASE_TIMER_H_
 

@@ -23,7 +23,10 @@
 
 // True when every entry of `archive` was unpacked into `target`. `target` need
 // not exist; it is made, with its missing parents, when the first entry needs
-// it, and an archive without entries creates nothing.
+// it, and an archive without entries creates nothing. The trap: an empty
+// `target` is not the current directory but the root of the file system,
+// since the target is normalised to end in a separator; pass "." for the
+// current directory.
 BASE_EXPORT bool Unzip(const std::string& archive, const std::string& target);
 
 #endif  // BASE_UNZIP_H_

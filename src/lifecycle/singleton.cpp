@@ -3,6 +3,7 @@
 #include <memory>
 #include <utility>
 
+#include "check/dcheck.h"
 #include "platform/exit_table.h"
 
 namespace base {
@@ -16,7 +17,11 @@ bool g_tearing_down = false;
 
 class TearDownScope {
  public:
-  TearDownScope() { g_tearing_down = true; }
+  // Never nested: TearDown forgets the registry before it opens a scope.
+  TearDownScope() {
+    BASE_DCHECK(!g_tearing_down);
+    g_tearing_down = true;
+  }
   ~TearDownScope() { g_tearing_down = false; }
   TearDownScope(const TearDownScope&) = delete;
   TearDownScope& operator=(const TearDownScope&) = delete;

@@ -25,13 +25,16 @@ struct CodePageInfo {
 
 // Fills `info` for `page` and returns true, or returns false when the page is
 // unknown here. `info` is left alone on failure.
-bool QueryCodePageInfo(std::uint32_t page, CodePageInfo& info);
+[[nodiscard]] bool QueryCodePageInfo(std::uint32_t page, CodePageInfo& info);
 
 // Converts `length` bytes of `page` and returns true only when they form
 // exactly one UTF-16 code unit, stored in `out`. Illegal, unassigned or
 // incomplete input, more than one unit of output and an unknown page all
 // return false and leave `out` alone.
-bool ConvertToOneUnit(std::uint32_t page, const char* bytes, int length, std::uint16_t& out);
+[[nodiscard]] bool ConvertToOneUnit(std::uint32_t page,
+                                    const char* bytes,
+                                    int length,
+                                    std::uint16_t& out);
 
 }  // namespace base::platform
 

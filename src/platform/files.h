@@ -30,18 +30,26 @@ enum class FileCreation {
 
 // Opens `path`. Returns kInvalidFile on failure. There is no share mode: other
 // openers are never locked out.
-NativeFile OpenFile(const std::string& path, FileAccess access, FileCreation creation);
+[[nodiscard]] NativeFile OpenFile(const std::string& path,
+                                  FileAccess access,
+                                  FileCreation creation);
 
 // Reads up to `size` bytes at `offset`. Returns the count read, 0 at the end of
 // the file, -1 on error.
-std::int64_t ReadFileAt(NativeFile file, void* buffer, std::size_t size, std::uint64_t offset);
+[[nodiscard]] std::int64_t ReadFileAt(NativeFile file,
+                                      void* buffer,
+                                      std::size_t size,
+                                      std::uint64_t offset);
 
 // Writes all `size` bytes at `offset`; false if any of them could not be
 // written.
-bool WriteFileAt(NativeFile file, const void* data, std::size_t size, std::uint64_t offset);
+[[nodiscard]] bool WriteFileAt(NativeFile file,
+                               const void* data,
+                               std::size_t size,
+                               std::uint64_t offset);
 
 // The size of the file in bytes, or -1 on error.
-std::int64_t FileSize(NativeFile file);
+[[nodiscard]] std::int64_t FileSize(NativeFile file);
 
 // Accepts kInvalidFile.
 void CloseFile(NativeFile file);

@@ -19,6 +19,18 @@
 // Each backend implements every header in its own folder: posix/<name>_posix.cpp,
 // win32/<name>_win.cpp. Test controls are declared in testing/<name>_testing.h
 // and compiled into the library, never exported.
+//
+// Posix-private helpers, included by posix/*.cpp only, never by subsystem code:
+//
+//   posix/cipher_posix.h             OpenSSL glue of the protection services
+//   posix/machine_keys_posix.h       keys derived from the machine and boot identity
+//   posix/message_queue_posix.h      a thread's message queue: posts, timers, dispatch
+//   posix/message_thread_posix.h     the calling thread's queue and recent windows
+//   posix/service_functions_posix.h  the functions of the built-in service modules
+//
+// The test build compiles this header, each vocabulary header it includes and
+// each posix-private helper above alone in a translation unit of its own, so a
+// header that is missing or not self-contained fails the build.
 #ifndef BASE_PLATFORM_INTERNAL_H_
 #define BASE_PLATFORM_INTERNAL_H_
 

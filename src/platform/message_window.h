@@ -58,9 +58,9 @@ bool RegisterWindowClass(const wchar_t* className, WindowProcedure procedure);
 // calling thread, and delivers kMessageCreate to its procedure before it
 // returns. `windowName` names the window for the system's tools only.
 // Returns null if the class is not registered or the creation was refused.
-WindowHandle CreateMessageWindow(const wchar_t* className,
-                                 const wchar_t* windowName,
-                                 void* creationParameter);
+[[nodiscard]] WindowHandle CreateMessageWindow(const wchar_t* className,
+                                               const wchar_t* windowName,
+                                               void* creationParameter);
 
 // The creation parameter, from the lparam of kMessageCreate.
 void* CreationParameter(std::intptr_t createLParam);

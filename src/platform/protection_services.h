@@ -68,10 +68,10 @@ using ServiceFunction = void (*)();
 // Loads a service module by name; module names compare without regard to
 // case, as system library names do. Returns null if there is no such module.
 // Every module loaded must be released with ReleaseServiceModule.
-ServiceModule* LoadServiceModule(const char* name);
+[[nodiscard]] ServiceModule* LoadServiceModule(const char* name);
 
 // The function `name` of a loaded module (names are case-sensitive), or null.
-ServiceFunction FindServiceFunction(ServiceModule* module, const char* name);
+[[nodiscard]] ServiceFunction FindServiceFunction(ServiceModule* module, const char* name);
 
 // Releases a module from LoadServiceModule. Null is ignored.
 void ReleaseServiceModule(ServiceModule* module);

@@ -33,7 +33,7 @@ using WorkItemFunction = std::uint32_t (*)(void* context);
 // returns at once. False means refused: no worker could be started for it, or
 // the pool was shut down; the item will not run. The result of `function` is
 // ignored; an exception that leaves it ends the process.
-bool QueueWorkItem(WorkItemFunction function, void* context, std::uint32_t flags);
+[[nodiscard]] bool QueueWorkItem(WorkItemFunction function, void* context, std::uint32_t flags);
 
 // Stops the pool and joins its workers, the running ones after their item
 // ends. Items that have not started are dropped uncalled. Queueing fails from

@@ -38,13 +38,13 @@ constexpr std::uint32_t kMaxWaitObjects = 3;
 // An event, non-signalled unless `initiallySignalled`. A manual-reset event
 // stays signalled until ResetEvent; an auto-reset event is taken back to
 // non-signalled by the one wait that it satisfies. Returns 0 on failure.
-HANDLE CreateEvent(bool manualReset, bool initiallySignalled);
+[[nodiscard]] HANDLE CreateEvent(bool manualReset, bool initiallySignalled);
 // Signal and reset an event. False if `event` is not an open event.
 bool SetEvent(HANDLE event);
 bool ResetEvent(HANDLE event);
 
 // An auto-reset one-shot timer, not armed. Returns 0 on failure.
-HANDLE CreateWaitableTimer();
+[[nodiscard]] HANDLE CreateWaitableTimer();
 // Arms `timer` once and takes it back to non-signalled. `dueTime` counts
 // 100 ns units: negative is relative to now, positive is an absolute time of
 // day in those units since 1601-01-01 UTC, and a due time in the past

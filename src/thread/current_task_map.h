@@ -35,6 +35,7 @@ class CurrentTaskMap {
 
  private:
   std::map<std::uint32_t, ThreadTask*> tasksByThread;
+  // The required lock: boost::shared_mutex, not a std one (docs/frozen-names.md).
   boost::shared_mutex lock;
 };
 

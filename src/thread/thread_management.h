@@ -42,6 +42,7 @@ class ThreadManagement {
   // Launch order. Holds no references: a task leaves in ReleaseTask before it
   // is freed, so a listed task is alive for as long as the lock is held.
   std::vector<ThreadTask*> tasks;
+  // The required lock: boost::recursive_mutex, not a std one (docs/frozen-names.md).
   boost::recursive_mutex tasksLock;
   const std::uint32_t queueFlags;
 };

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <new>
 
+#include "check/dcheck.h"
+
 namespace base {
 namespace {
 
@@ -16,6 +18,24 @@ std::uint32_t SummaryWordsFor(std::uint32_t capacity) {
   return (WordsFor(capacity) + 63) / 64;
 }
 
+// Function addresses are aligned and owners are often small numbers: both
+// need their bits spread before the index masks off the low ones.
+std::size_t Mix(std::uint64_t x) {
+  x ^= x >> 33;
+  x *= 0xff51afd7ed558ccdull;
+  x ^= x >> 33;
+  return static_cast<std::size_t>(x);
+}
+
+std::size_t HashOf(SchedulerCallback callback) {
+  return Mix(reinterpret_cast<std::uintptr_t>(callback));
+}
+
+std::size_t HashOf(SchedulerCallback callback, void* owner) {
+  return Mix(reinterpret_cast<std::uintptr_t>(callback) ^
+             Mix(reinterpret_cast<std::uintptr_t>(owner)));
+}
+
 }  // namespace
 
 bool SlotTable::Storage::Allocate(std::uint32_t capacity) {
@@ -23,7 +43,8 @@ bool SlotTable::Storage::Allocate(std::uint32_t capacity) {
   slots.reset(new (std::nothrow) Slot[capacity]());
   bits.reset(new (std::nothrow) std::uint64_t[WordsFor(capacity)]());
   fullWords.reset(new (std::nothrow) std::uint64_t[SummaryWordsFor(capacity)]());
-  return slots && bits && fullWords;
+  return slots && bits && fullWords && slotOfPair.Allocate(capacity) &&
+         firstOfCallback.Allocate(capacity);
 }
 
 SlotTable::SlotTable() {
@@ -50,12 +71,19 @@ bool SlotTable::Grow() {
   Storage grown;
   if (!grown.Allocate(capacity))
     return false;
-  // Slot numbers stay, and so do the chains and the index that name them.
+  // Slot numbers stay, and so do the chains; the indexes are laid anew at
+  // their new size.
   std::copy_n(storage_.slots.get(), capacity_, grown.slots.get());
   std::copy_n(storage_.bits.get(), WordsFor(capacity_), grown.bits.get());
   std::copy_n(storage_.fullWords.get(), SummaryWordsFor(capacity_), grown.fullWords.get());
   storage_ = std::move(grown);
   capacity_ = capacity;
+  ForEachLive([this](std::uint32_t slot) {
+    IndexPair(slot);
+    const Slot& entry = storage_.slots[slot];
+    if (entry.previousSame == kNoSlot)
+      storage_.firstOfCallback.Insert(HashOf(entry.record.callback), slot);
+  });
   return true;
 }
 
@@ -64,22 +92,16 @@ void SlotTable::Compact() {
   Storage compact;
   if (!compact.Allocate(capacity))
     return;  // the add goes on in the old table
-  // Renumbering moves every record, so the index learns the new numbers and
-  // the chains are laid anew. Keys stay as they are: nothing here allocates.
+  // Renumbering moves every record, so the chains and indexes are laid anew.
   std::uint32_t moved = 0;
-  ForEachLive([&](std::uint32_t slot) {
-    const TimerRecord& live = storage_.slots[slot].record;
-    compact.slots[moved].record = live;
-    slotOf_.find(OwnerKey{live.callback, live.owner})->second = moved;
-    ++moved;
-  });
+  ForEachLive(
+      [&](std::uint32_t slot) { compact.slots[moved++].record = storage_.slots[slot].record; });
   storage_ = std::move(compact);
   capacity_ = capacity;
-  for (auto& first : firstOf_)
-    first.second = kNoSlot;
   for (std::uint32_t slot = 0; slot < moved; ++slot) {
     SetBit(slot);
     Link(slot);
+    IndexPair(slot);
   }
 }
 
@@ -89,53 +111,62 @@ bool SlotTable::Add(const TimerRecord& record) {
   const std::uint32_t slot = LowestFreeSlot();
   if (slot == kNoSlot)
     return false;
+  BASE_DCHECK(!IsLive(slot));
   storage_.slots[slot].record = record;
-  // The index is written first: if it runs out of memory the slot is still
-  // free and the table unchanged.
-  const auto entry = slotOf_.emplace(OwnerKey{record.callback, record.owner}, slot).first;
-  try {
-    Link(slot);
-  } catch (...) {
-    slotOf_.erase(entry);
-    throw;
-  }
+  Link(slot);
+  IndexPair(slot);
   SetBit(slot);
   ++count_;
   return true;
 }
 
 void SlotTable::Free(std::uint32_t slot) {
-  TimerRecord& record = storage_.slots[slot].record;
+  BASE_DCHECK(IsLive(slot));
   Unlink(slot);
-  slotOf_.erase(OwnerKey{record.callback, record.owner});
-  record.callback = nullptr;
+  UnindexPair(slot);
+  storage_.slots[slot].record.callback = nullptr;
   ClearBit(slot);
   --count_;
 }
 
 bool SlotTable::EraseMatching(SchedulerCallback callback, void* owner) {
   if (owner) {
-    const auto entry = slotOf_.find(OwnerKey{callback, owner});
-    if (entry == slotOf_.end())
+    const std::uint32_t* bucket = PairBucket(callback, owner);
+    if (!bucket)
       return false;
-    Free(entry->second);
+    Free(*bucket);
     return true;
   }
-  const auto first = firstOf_.find(callback);
-  if (first == firstOf_.end())
+  const std::uint32_t* first = ChainBucket(callback);
+  if (!first)
     return false;
-  for (std::uint32_t slot = first->second; slot != kNoSlot;) {
+  for (std::uint32_t slot = *first; slot != kNoSlot;) {
     const std::uint32_t next = storage_.slots[slot].nextSame;
-    Free(slot);  // may drop `first`
+    Free(slot);  // may empty or move `first`
     slot = next;
   }
   return true;
 }
 
-bool SlotTable::IsDuplicate(const TimerRecord& record) const {
+bool SlotTable::IsDuplicate(const TimerRecord& record) {
   if (!record.owner)
-    return firstOf_.count(record.callback) != 0;
-  return slotOf_.count(OwnerKey{record.callback, record.owner}) != 0;
+    return ChainBucket(record.callback) != nullptr;
+  return PairBucket(record.callback, record.owner) != nullptr;
+}
+
+// The bucket that holds the slot of (callback, owner), or null.
+std::uint32_t* SlotTable::PairBucket(SchedulerCallback callback, void* owner) {
+  return storage_.slotOfPair.Find(HashOf(callback, owner), [&](std::uint32_t slot) {
+    const TimerRecord& live = storage_.slots[slot].record;
+    return live.callback == callback && live.owner == owner;
+  });
+}
+
+// The bucket that holds the first slot of callback's chain, or null.
+std::uint32_t* SlotTable::ChainBucket(SchedulerCallback callback) {
+  return storage_.firstOfCallback.Find(HashOf(callback), [&](std::uint32_t slot) {
+    return storage_.slots[slot].record.callback == callback;
+  });
 }
 
 std::uint32_t SlotTable::LowestFreeSlot() const {
@@ -166,16 +197,19 @@ void SlotTable::ClearBit(std::uint32_t slot) {
   storage_.fullWords[slot / 4096] &= ~(std::uint64_t{1} << (slot / 64 % 64));
 }
 
-// Puts `slot` in front of its callback's chain. For a callback that has a
-// chain already (always so in a compaction) this allocates nothing.
+// Puts `slot` in front of its callback's chain, or starts the chain.
 void SlotTable::Link(std::uint32_t slot) {
   Slot& entry = storage_.slots[slot];
-  std::uint32_t& first = firstOf_.try_emplace(entry.record.callback, kNoSlot).first->second;
   entry.previousSame = kNoSlot;
-  entry.nextSame = first;
-  if (first != kNoSlot)
-    storage_.slots[first].previousSame = slot;
-  first = slot;
+  std::uint32_t* first = ChainBucket(entry.record.callback);
+  if (!first) {
+    entry.nextSame = kNoSlot;
+    storage_.firstOfCallback.Insert(HashOf(entry.record.callback), slot);
+    return;
+  }
+  entry.nextSame = *first;
+  storage_.slots[*first].previousSame = slot;
+  *first = slot;
 }
 
 void SlotTable::Unlink(std::uint32_t slot) {
@@ -184,11 +218,31 @@ void SlotTable::Unlink(std::uint32_t slot) {
     storage_.slots[entry.nextSame].previousSame = entry.previousSame;
   if (entry.previousSame != kNoSlot) {
     storage_.slots[entry.previousSame].nextSame = entry.nextSame;
-  } else if (entry.nextSame != kNoSlot) {
-    firstOf_.find(entry.record.callback)->second = entry.nextSame;
-  } else {
-    firstOf_.erase(entry.record.callback);
+    return;
   }
+  std::uint32_t* first = ChainBucket(entry.record.callback);
+  BASE_DCHECK(first != nullptr && *first == slot);
+  if (entry.nextSame != kNoSlot) {
+    *first = entry.nextSame;
+    return;
+  }
+  storage_.firstOfCallback.Erase(
+      first, [this](std::uint32_t other) { return HashOf(storage_.slots[other].record.callback); });
+}
+
+void SlotTable::IndexPair(std::uint32_t slot) {
+  const TimerRecord& record = storage_.slots[slot].record;
+  storage_.slotOfPair.Insert(HashOf(record.callback, record.owner), slot);
+}
+
+void SlotTable::UnindexPair(std::uint32_t slot) {
+  const TimerRecord& record = storage_.slots[slot].record;
+  std::uint32_t* bucket = PairBucket(record.callback, record.owner);
+  BASE_DCHECK(bucket != nullptr && *bucket == slot);
+  storage_.slotOfPair.Erase(bucket, [this](std::uint32_t other) {
+    const TimerRecord& moved = storage_.slots[other].record;
+    return HashOf(moved.callback, moved.owner);
+  });
 }
 
 }  // namespace base

@@ -5,8 +5,10 @@
 // duplicate rule looks at the new record's owner alone, slot numbers survive
 // growth, and a compaction renumbers the live slots 0, 1, 2... in order. How
 // this is found is not a walk of the slots: a summary bitmap of full words
-// finds the lowest free slot, and hash maps answer the duplicate test and the
-// erase, so an add or erase costs about the same with 100 or 100,000 timers.
+// finds the lowest free slot, and two indexes answer the duplicate test and
+// the erase, so an add or erase costs about the same with 100 or 100,000
+// timers. The indexes grow with the slots, so an add that does not grow the
+// table allocates nothing.
 //
 // Threading: none; the scheduler's owner thread alone touches a table.
 #ifndef BASE_TIMER_SLOT_TABLE_H_
@@ -14,10 +16,9 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <memory>
-#include <unordered_map>
 
+#include "timer/slot_index.h"
 #include "timer/timer_record.h"
 
 namespace base {
@@ -50,7 +51,8 @@ class SlotTable {
 
   // Puts `record` into the lowest free slot, unless the table holds a record
   // of the same callback and, if record.owner is not 0, the same owner.
-  // Returns false on such a duplicate or if no slot is free.
+  // Returns false on such a duplicate or if no slot is free. Allocates
+  // nothing.
   bool Add(const TimerRecord& record);
 
   // Empties a live slot: its callback becomes null and its bit clears.
@@ -87,37 +89,27 @@ class SlotTable {
     std::unique_ptr<Slot[]> slots;
     std::unique_ptr<std::uint64_t[]> bits;       // bit i: slot i is live
     std::unique_ptr<std::uint64_t[]> fullWords;  // bit w: bits[w] is all ones
+    SlotIndex slotOfPair;                        // the slot of each (callback, owner)
+    SlotIndex firstOfCallback;                   // the first slot of each callback's chain
     bool Allocate(std::uint32_t capacity);
   };
 
-  struct OwnerKey {
-    SchedulerCallback callback;
-    void* owner;
-    bool operator==(const OwnerKey& o) const { return callback == o.callback && owner == o.owner; }
-  };
-  struct OwnerKeyHash {
-    std::size_t operator()(const OwnerKey& key) const {
-      const std::size_t a = std::hash<SchedulerCallback>()(key.callback);
-      return a ^ (std::hash<void*>()(key.owner) + 0x9e3779b97f4a7c15ull + (a << 6) + (a >> 2));
-    }
-  };
-
-  bool IsDuplicate(const TimerRecord& record) const;
+  bool IsDuplicate(const TimerRecord& record);
+  std::uint32_t* PairBucket(SchedulerCallback callback, void* owner);
+  std::uint32_t* ChainBucket(SchedulerCallback callback);
   std::uint32_t LowestFreeSlot() const;
   void SetBit(std::uint32_t slot);
   void ClearBit(std::uint32_t slot);
   void Link(std::uint32_t slot);
   void Unlink(std::uint32_t slot);
+  void IndexPair(std::uint32_t slot);
+  void UnindexPair(std::uint32_t slot);
   bool Grow();
   void Compact();
 
   Storage storage_;
   std::uint32_t capacity_ = 0;
   std::uint32_t count_ = 0;
-  // Slot of each (callback, owner); a table holds each pair once at most.
-  std::unordered_map<OwnerKey, std::uint32_t, OwnerKeyHash> slotOf_;
-  // First slot of each callback's chain, for owner-0 duplicates and erases.
-  std::unordered_map<SchedulerCallback, std::uint32_t> firstOf_;
 };
 
 }  // namespace base

@@ -2,6 +2,7 @@
 
 #include <boost/thread/lock_guard.hpp>
 
+#include "check/dcheck.h"
 #include "platform/clock.h"
 
 namespace base {
@@ -11,6 +12,15 @@ constexpr wchar_t kClassName[] = L"@#$^MTimer_Class@#$^";
 constexpr wchar_t kWindowName[] = L"Timer Helper Window";
 
 using Lock = boost::lock_guard<boost::mutex>;
+
+// For debug checks only: whether some thread holds `mutex`. A probe that
+// takes it gives it straight back, and the check that asked fails anyway.
+bool IsLocked(boost::mutex& mutex) {
+  if (!mutex.try_lock())
+    return true;
+  mutex.unlock();
+  return false;
+}
 
 // Signed distance from `earlier` to `later` on the wrapping tick.
 std::int32_t TicksBetween(std::uint32_t earlier, std::uint32_t later) {
@@ -122,6 +132,7 @@ void TimerMgr::OnTick() {
 }
 
 bool TimerMgr::TakeDueLocked(std::uint32_t now, Method<void()>& held) {
+  BASE_DCHECK(IsLocked(mutex));
   TimeRecordQueue::Slot slot;
   for (;;) {
     if (records.Empty()) {
@@ -159,6 +170,7 @@ bool TimerMgr::TakeDueLocked(std::uint32_t now, Method<void()>& held) {
 }
 
 void TimerMgr::RemoveLocked(TimeRecordQueue::Slot slot) {
+  BASE_DCHECK(IsLocked(mutex));
   const std::uint32_t id = records[slot].id;
   if (id != 0)
     ids.Erase(id);
@@ -166,11 +178,13 @@ void TimerMgr::RemoveLocked(TimeRecordQueue::Slot slot) {
 }
 
 void TimerMgr::NoteIfFrontLocked(TimeRecordQueue::Slot slot) {
+  BASE_DCHECK(IsLocked(mutex));
   if (records.Front() == slot)
     nextDueTick.store(records[slot].dueTick, std::memory_order_relaxed);
 }
 
 void TimerMgr::StopIfEmptyLocked() {
+  BASE_DCHECK(IsLocked(mutex));
   if (records.Empty() && running.load(std::memory_order_relaxed) != 0) {
     platform::KillWindowTimer(window, kTimerId);
     running.store(0, std::memory_order_relaxed);

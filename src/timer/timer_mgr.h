@@ -72,6 +72,8 @@ class TimerMgr final : public Singlton<TimerMgr> {
   TimeRecordQueue records;
   TimerIdTable ids;
   std::uint32_t nextSequence = 0;
+  // The required lock: boost::mutex, not std::mutex, whose failures callers
+  // would see as other exceptions (docs/frozen-names.md).
   boost::mutex mutex;
   platform::WindowHandle window = nullptr;
   // Read without `mutex` by OnTick: a stale value only delays a run to the

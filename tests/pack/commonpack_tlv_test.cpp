@@ -69,7 +69,7 @@ TEST(CommonPackTlvTest, WriterLimitsLeaveTheTagBehind) {
   EXPECT_EQ(reader.pack.GetBufferOutLen(), 0u);
 }
 
-TEST(CommonPackTlvTest, FailedReadsLeaveWhatTheTableSays) {
+TEST(CommonPackTlvTest, FailedReadsLeaveTagValueAndCursorAsTheHeaderSays) {
   {  // inside the tag: nothing consumed, a 2-byte tag reversed
     AttachedReader r({1});
     unsigned short tag = 0x1234;

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstdint>
@@ -114,6 +115,36 @@ TEST(WaitTest, WaitAnyPrefersTheLowestSignalledIndexAndTimesOut) {
   setter.join();
   for (HANDLE event : events)
     CloseHandle(event);
+}
+
+TEST(WaitTest, LowestSignalledIndexWinsWhateverTheAddresses) {
+  // A wait for several objects takes their locks in address order; the
+  // result must still follow the caller's order, for every order of the
+  // same objects and every set of them signalled.
+  std::vector<HANDLE> objects = {CreateEvent(false, false), CreateEvent(false, false),
+                                 CreateEvent(false, false)};
+  std::sort(objects.begin(), objects.end());
+  do {
+    for (unsigned signalled = 1; signalled < 8; ++signalled) {
+      unsigned lowest = 3;
+      for (unsigned i = 3; i-- > 0;) {
+        if (signalled & (1u << i)) {
+          ASSERT_TRUE(SetEvent(objects[i]));
+          lowest = i;
+        }
+      }
+      EXPECT_EQ(WaitForMultipleObjects(3, objects.data(), 0), WAIT_OBJECT_0 + lowest)
+          << "signalled set " << signalled;
+      // Only the winner's auto-reset signal was taken.
+      for (unsigned i = 0; i < 3; ++i) {
+        const bool kept = (signalled & (1u << i)) != 0 && i != lowest;
+        EXPECT_EQ(WaitForSingleObject(objects[i], 0), kept ? WAIT_OBJECT_0 : WAIT_TIMEOUT)
+            << "signalled set " << signalled << ", index " << i;
+      }
+    }
+  } while (std::next_permutation(objects.begin(), objects.end()));
+  for (HANDLE object : objects)
+    CloseHandle(object);
 }
 
 TEST(WaitTest, SignalWakesOnlyThatObjectsWaitersAndAutoResetWakesOne) {

@@ -1,11 +1,13 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <stdexcept>
 #include <thread>
 #include <vector>
 
 #include "base/timer.h"
 #include "scheduler_test_support.h"
+#include "support/wait_until.h"
 
 namespace base::test {
 namespace {
@@ -38,7 +40,7 @@ TEST_F(SchedulerQueueTest, IdleCallbacksRunOnePerCallOldestFirst) {
   EXPECT_EQ(scheduler().idleGuard(), -1);
 }
 
-TEST_F(SchedulerQueueTest, QueueDuplicatesAndErasesTreatOwnerZeroDifferently) {
+TEST_F(SchedulerQueueTest, IdleDuplicatesAndErasesTreatOwnerZeroDifferently) {
   ASSERT_TRUE(SetIdleCallback(A, nullptr, Owner(5)));
   EXPECT_FALSE(SetIdleCallback(A, nullptr, nullptr));
   EXPECT_FALSE(SetIdleCallback(A, nullptr, Owner(5)));
@@ -53,8 +55,9 @@ TEST_F(SchedulerQueueTest, QueueDuplicatesAndErasesTreatOwnerZeroDifferently) {
   EXPECT_TRUE(EraseIdleCallback(A, nullptr));  // every owner
   NotifyIdle();
   EXPECT_TRUE(g_log.names.empty());
+}
 
-  // The async queue has the same rules.
+TEST_F(SchedulerQueueTest, AsyncDuplicatesAndErasesFollowTheIdleRules) {
   ASSERT_TRUE(SetAsyncCallback(A, nullptr, Owner(5)));
   EXPECT_FALSE(SetAsyncCallback(A, nullptr, nullptr));
   EXPECT_FALSE(EraseAsyncCallback(A, Owner(6)));
@@ -104,6 +107,27 @@ TEST_F(SchedulerQueueTest, AnAsyncMessageWithAFunctionRunsOnlyTheFunction) {
   EXPECT_EQ(g_log.names, Names("A"));
 }
 
+TEST_F(SchedulerQueueTest, AThrowingAsyncCallbackLosesTheRestOfItsBatch) {
+  MakeAThrow();
+  ASSERT_TRUE(SetAsyncCallback(A, nullptr, nullptr));
+  ASSERT_TRUE(SetAsyncCallback(B, nullptr, nullptr));
+  EXPECT_THROW(PumpMessages(0), std::runtime_error);
+  PumpMessages(0);  // B's own message finds the queue empty
+  EXPECT_EQ(g_log.names, Names("A"));
+  EXPECT_FALSE(EraseAsyncCallback(B, nullptr));
+}
+
+TEST_F(SchedulerQueueTest, AThrowingIdleCallbackEndsIdleCallbacksForGood) {
+  MakeAThrow();
+  ASSERT_TRUE(SetIdleCallback(A, nullptr, nullptr));
+  ASSERT_TRUE(SetIdleCallback(B, nullptr, nullptr));
+  EXPECT_THROW(NotifyIdle(), std::runtime_error);
+  NotifyIdle();
+  NotifyIdle();
+  EXPECT_EQ(g_log.names, Names("A"));
+  EXPECT_EQ(scheduler().idleGuard(), 0);
+}
+
 std::atomic<int> g_runs{0};
 void CountRun(void*, void*) {
   g_runs.fetch_add(1);
@@ -120,16 +144,15 @@ TEST_F(SchedulerQueueTest, WorkersQueueWhileABatchRuns) {
   // worker has queued: none of that may join the running batch.
   g_log.onCall = [&](char, void*) {
     go = true;
-    while (queued.load() < kWorkers * kPerWorker)
-      std::this_thread::yield();
+    EXPECT_TRUE(testing::WaitUntil([&] { return queued.load() == kWorkers * kPerWorker; },
+                                   "every worker to queue its callbacks"));
     batchSizesSeen.push_back(g_runs.load());
   };
   ASSERT_TRUE(SetAsyncCallback(A, nullptr, nullptr));
   std::vector<std::thread> workers;
   for (int w = 0; w < kWorkers; ++w) {
     workers.emplace_back([&, w] {
-      while (!go)
-        std::this_thread::yield();
+      ASSERT_TRUE(testing::WaitUntil([&] { return go.load(); }, "the first batch to start"));
       for (int i = 0; i < kPerWorker; ++i) {
         EXPECT_TRUE(SetAsyncCallback(CountRun, nullptr, Owner(1 + w * kPerWorker + i)));
         queued.fetch_add(1);
@@ -140,8 +163,12 @@ TEST_F(SchedulerQueueTest, WorkersQueueWhileABatchRuns) {
   for (std::thread& worker : workers)
     worker.join();
   EXPECT_EQ(batchSizesSeen, std::vector<int>{0});
-  while (g_runs.load() < kWorkers * kPerWorker)
-    PumpMessages(0);
+  EXPECT_TRUE(testing::WaitUntil(
+      [] {
+        PumpMessages(0);
+        return g_runs.load() >= kWorkers * kPerWorker;
+      },
+      "the main thread to run every queued callback"));
   EXPECT_EQ(g_runs.load(), kWorkers * kPerWorker);
 }
 
@@ -166,10 +193,12 @@ TEST_F(SchedulerQueueTest, IdleCallbacksNeverOverlapAcrossThreads) {
   // Threads that meet the guard leave at once; yielding lets one get past.
   for (int t = 0; t < 3; ++t) {
     threads.emplace_back([] {
-      while (g_idleRuns.load() < kCallbacks) {
-        NotifyIdle();
-        std::this_thread::yield();
-      }
+      EXPECT_TRUE(testing::WaitUntil(
+          [] {
+            NotifyIdle();
+            return g_idleRuns.load() >= kCallbacks;
+          },
+          "the idle callbacks to run"));
     });
   }
   for (std::thread& thread : threads)

@@ -11,6 +11,13 @@ namespace {
 
 void F(void*, void*) {}
 void G(void*, void*) {}
+// More functions, told apart by what they do so that none is folded into
+// another: the index by function then holds many keys.
+volatile int g_sink;
+template <int N>
+void H(void*, void*) {
+  g_sink = N;
+}
 
 void* Owner(std::uintptr_t n) {
   return reinterpret_cast<void*>(n);
@@ -140,11 +147,11 @@ TEST(SchedulerSlotTableTest, AgreesWithTheLinearRulesUnderRandomWork) {
   SlotTable table;
   ModelTable model;
   std::mt19937 random(12345);
-  const SchedulerCallback callbacks[] = {F, G};
+  const SchedulerCallback callbacks[] = {F, G, H<1>, H<2>, H<3>, H<4>, H<5>, H<6>};
   for (int round = 0; round < 20000; ++round) {
     // Mostly adds for the first half, mostly erases for the second.
     const bool add = random() % 100 < (round < 10000 ? 85u : 15u);
-    const SchedulerCallback callback = callbacks[random() % 2];
+    const SchedulerCallback callback = callbacks[random() % 8];
     const std::uintptr_t owner = random() % 50 == 0 ? 0 : random() % 4000;
     if (add)
       ASSERT_EQ(AddToTable(table, Make(callback, owner)), model.Add(Make(callback, owner)));

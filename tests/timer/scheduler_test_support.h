@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -35,6 +36,14 @@ void Logged(void* owner, void*) {
 constexpr SchedulerCallback A = Logged<'A'>;
 constexpr SchedulerCallback B = Logged<'B'>;
 constexpr SchedulerCallback C = Logged<'C'>;
+
+// From now on, every call of A throws once it is logged.
+inline void MakeAThrow() {
+  g_log.onCall = [](char name, void*) {
+    if (name == 'A')
+      throw std::runtime_error("A throws");
+  };
+}
 
 inline std::vector<char> Names(const char* names) {
   return std::vector<char>(names, names + std::char_traits<char>::length(names));
