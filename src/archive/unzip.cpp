@@ -4,18 +4,19 @@
 //  - an entry whose method is neither stored nor deflate (minizip hands out
 //    the raw bytes of any other method as if they were the file);
 //  - an encrypted entry (there is no password, so its data would be garbage);
-//  - an entry whose sizes are in a zip64 extra field (minizip ignores that
-//    field, and the entry would end truncated or unreadable);
 //  - data that end before the size the directory gives (minizip checks the
 //    CRC only when the whole size was read).
+// Sizes, offsets and the entry count are 64-bit throughout, so zip64 entries
+// and archives of any size unpack.
 #include "base/unzip.h"
 
 #include <unzip.h>
 
 #include <cstring>
 #include <memory>
+#include <optional>
 
-#include "archive/empty_archive.h"
+#include "archive/end_record.h"
 #include "archive/entry_path.h"
 #include "archive/zip_stream.h"
 #include "platform/files.h"
@@ -28,7 +29,6 @@ namespace {
 constexpr uLong kNameCapacity = 255;
 constexpr std::size_t kCopyBufferSize = 65536;
 constexpr uLong kStored = 0;
-constexpr uLong kZip64Marker = 0xFFFFFFFFu;
 constexpr uLong kEncryptedFlag = 1;
 
 struct ZipCloser {
@@ -38,8 +38,25 @@ using ZipHandle = std::unique_ptr<void, ZipCloser>;
 
 bool IsReadable(const unz_file_info64& info) {
   return (info.compression_method == kStored || info.compression_method == Z_DEFLATED) &&
-         (info.flag & kEncryptedFlag) == 0 && info.compressed_size != kZip64Marker &&
-         info.uncompressed_size != kZip64Marker;
+         (info.flag & kEncryptedFlag) == 0;
+}
+
+// `end`, if not null, is where the archive's stream pretends the file ends.
+unzFile OpenArchiveEndingAt(const std::string& archive, std::uint64_t* end) {
+  zlib_filefunc64_def functions;
+  FillZipStreamFunctions(&functions);
+  functions.zopen64_file = OpenZipStream;
+  functions.opaque = end;
+  return unzOpen2_64(archive.c_str(), &functions);
+}
+
+// An end record that minizip's search cannot reach (behind a comment of more
+// than 65,513 bytes) is handed to it by ending the stream right behind it.
+unzFile OpenArchive(const std::string& archive) {
+  if (unzFile zip = OpenArchiveEndingAt(archive, nullptr))
+    return zip;
+  std::optional<std::uint64_t> end = FindEndRecordBeyondSearch(archive);
+  return end ? OpenArchiveEndingAt(archive, &*end) : nullptr;
 }
 
 // Copies the open entry into `file` and closes both. The entry fails on a read
@@ -102,19 +119,15 @@ bool UnpackCurrentEntry(unzFile zip, platform::OutputDirectory& out) {
 
 bool Unzip(const std::string& archive, const std::string& target) {
   const std::string root = base::NormalizeTarget(target);
-  zlib_filefunc_def functions;
-  base::FillZipStreamFunctions(&functions);
-  functions.zopen_file = base::OpenZipStream;
-
-  base::ZipHandle zip(unzOpen2(archive.c_str(), &functions));
+  base::ZipHandle zip(base::OpenArchive(archive));
   if (!zip)
     return base::IsEmptyArchive(archive);
-  unz_global_info global;
-  if (unzGetGlobalInfo(zip.get(), &global) != UNZ_OK)
+  unz_global_info64 global;
+  if (unzGetGlobalInfo64(zip.get(), &global) != UNZ_OK)
     return false;
 
   base::platform::OutputDirectory out(root);
-  for (uLong done = 0; done < global.number_entry;) {
+  for (ZPOS64_T done = 0; done < global.number_entry;) {
     if (!base::UnpackCurrentEntry(zip.get(), out))
       return false;
     if (++done == global.number_entry)

@@ -6,6 +6,7 @@
 #include "archive/zip_stream.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -16,6 +17,7 @@ namespace base {
 namespace {
 
 constexpr std::size_t kWindowSize = 8192;
+constexpr std::uint64_t kWholeFile = UINT64_MAX;
 
 struct Window {
   std::uint64_t start;
@@ -29,6 +31,7 @@ struct ZipStream {
   platform::NativeFile file;
   std::uint32_t error;
   std::uint64_t position;
+  std::uint64_t end;  // where a seek to the end lands; kWholeFile for the file's size
   Window windows[2];
   int recent;  // the window that served the last read
 };
@@ -100,11 +103,11 @@ uLong ZCALLBACK WriteStream(voidpf, voidpf stream, const void* data, uLong size)
   return size;
 }
 
-long ZCALLBACK TellStream(voidpf, voidpf stream) {
-  return static_cast<long>(AsStream(stream)->position);
+ZPOS64_T ZCALLBACK TellStream(voidpf, voidpf stream) {
+  return AsStream(stream)->position;
 }
 
-long ZCALLBACK SeekStream(voidpf, voidpf stream, uLong offset, int origin) {
+long ZCALLBACK SeekStream(voidpf, voidpf stream, ZPOS64_T offset, int origin) {
   ZipStream* s = AsStream(stream);
   std::uint64_t base;
   switch (origin) {
@@ -115,6 +118,10 @@ long ZCALLBACK SeekStream(voidpf, voidpf stream, uLong offset, int origin) {
       base = s->position;
       break;
     case ZLIB_FILEFUNC_SEEK_END: {
+      if (s->end != kWholeFile) {
+        base = s->end;
+        break;
+      }
       const std::int64_t size = platform::FileSize(s->file);
       if (size < 0)
         return -1;
@@ -141,18 +148,18 @@ int ZCALLBACK StreamError(voidpf, voidpf stream) {
 
 }  // namespace
 
-void FillZipStreamFunctions(zlib_filefunc_def* table) {
-  table->zopen_file = nullptr;
+void FillZipStreamFunctions(zlib_filefunc64_def* table) {
+  table->zopen64_file = nullptr;
   table->zread_file = ReadStream;
   table->zwrite_file = WriteStream;
-  table->ztell_file = TellStream;
-  table->zseek_file = SeekStream;
+  table->ztell64_file = TellStream;
+  table->zseek64_file = SeekStream;
   table->zclose_file = CloseStream;
   table->zerror_file = StreamError;
   table->opaque = nullptr;
 }
 
-voidpf ZCALLBACK OpenZipStream(voidpf, const char* path, int mode) {
+voidpf ZCALLBACK OpenZipStream(voidpf opaque, const void* path, int mode) {
   platform::FileAccess access;
   platform::FileCreation creation;
   if ((mode & ZLIB_FILEFUNC_MODE_READWRITEFILTER) == ZLIB_FILEFUNC_MODE_READ) {
@@ -170,7 +177,8 @@ voidpf ZCALLBACK OpenZipStream(voidpf, const char* path, int mode) {
   if (path == nullptr)
     return nullptr;
   // Paths are UTF-8 bytes end to end here, so the path needs no conversion.
-  const platform::NativeFile file = platform::OpenFile(path, access, creation);
+  const platform::NativeFile file =
+      platform::OpenFile(static_cast<const char*>(path), access, creation);
   if (file == platform::kInvalidFile)
     return nullptr;
   void* memory = std::malloc(sizeof(ZipStream));
@@ -182,6 +190,7 @@ voidpf ZCALLBACK OpenZipStream(voidpf, const char* path, int mode) {
   s->file = file;
   s->error = 0;
   s->position = 0;
+  s->end = opaque != nullptr ? *static_cast<const std::uint64_t*>(opaque) : kWholeFile;
   s->windows[0].start = s->windows[1].start = 0;
   s->windows[0].length = s->windows[1].length = 0;
   s->recent = 0;

@@ -117,13 +117,10 @@ TEST_F(UnzipTest, StopsAtFirstBadEntryKeepingItsPredecessors) {
   EXPECT_FALSE(Run({{"d\\", ""}}));
   EXPECT_TRUE(fs::is_empty(target_));
   fs::remove(target_);
-  // Neither stored nor deflated, encrypted, or sized by zip64: refused before
-  // anything is written.
+  // Neither stored nor deflated, or encrypted: refused before anything is
+  // written.
   EXPECT_FALSE(Run({{"bzip2.txt", "BZh9", 12}}));
   EXPECT_FALSE(Run({{"locked.txt", "secret", 0, 1}}));
-  ZipEntry zip64{"zip64.txt", "data"};
-  zip64.zip64 = true;
-  EXPECT_FALSE(Run({zip64}));
   EXPECT_FALSE(fs::exists(target_));
   ExpectNothingEscaped();
 }
@@ -149,6 +146,50 @@ TEST_F(UnzipTest, DamagedDataFailsAndLeavesWhatWasWritten) {
   EXPECT_FALSE(Run({{"full.txt", "disk full"}}));
   platform::testing::FailFileWrites(false);
   ExpectNothingEscaped();
+}
+
+TEST_F(UnzipTest, Zip64SizesAndStreamedEntries) {
+  const std::string text(100000, 'q');
+  ZipEntry stored{"stored.txt", "29 bytes in a zip64 entry...."};
+  stored.zip64 = true;
+  ZipEntry deflated{"deflated.txt", text, 8};
+  deflated.zip64 = true;
+  // CRC and sizes only in a data descriptor behind the data; the directory's
+  // sizes in a zip64 field or in the header itself.
+  ZipEntry streamed{"streamed.txt", text + "s", 8};
+  streamed.descriptor = true;
+  streamed.zip64 = true;
+  ZipEntry streamed32{"streamed32.txt", "short"};
+  streamed32.descriptor = true;
+  ASSERT_TRUE(Run({stored, deflated, streamed, streamed32}));
+  EXPECT_EQ(Out("stored.txt"), stored.data);
+  EXPECT_EQ(Out("deflated.txt"), text);
+  EXPECT_EQ(Out("streamed.txt"), streamed.data);
+  EXPECT_EQ(Out("streamed32.txt"), "short");
+
+  // The zip64 field's size is the one held against the data.
+  deflated.extra_size = 1;
+  EXPECT_FALSE(Run({deflated}));
+  streamed.crc_mask = 1;
+  EXPECT_FALSE(Run({streamed}));
+  ExpectNothingEscaped();
+}
+
+TEST_F(UnzipTest, EndRecordBehindTheLongestComment) {
+  // minizip's own search reaches a comment of 65,513 bytes; longer ones hide
+  // the end record from it.
+  const ZipEntry entry{"c.txt", "commented", 8};
+  for (std::size_t length : {65513, 65514, 65535}) {
+    ASSERT_TRUE(RunBytes(BuildZip({entry}, std::string(length, 'c')))) << length;
+    EXPECT_EQ(Out("c.txt"), "commented");
+    fs::remove_all(target_);
+  }
+  // The comment must end where the file ends.
+  const std::string longest = BuildZip({entry}, std::string(65535, 'c'));
+  EXPECT_FALSE(RunBytes(longest + "x"));
+  EXPECT_FALSE(RunBytes(longest.substr(0, longest.size() - 1)));
+  EXPECT_TRUE(RunBytes(BuildZip({}, std::string(65535, 'c'))));
+  EXPECT_FALSE(fs::exists(target_));
 }
 
 TEST_F(UnzipTest, LongAndDeepNames) {
