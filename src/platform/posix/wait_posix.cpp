@@ -32,6 +32,7 @@
 #include <new>
 
 #include "platform/testing/wait_testing.h"
+#include "platform/thread_pool.h"
 
 namespace base::platform {
 namespace {
@@ -522,7 +523,11 @@ std::uint32_t WaitForMultipleObjects(std::uint32_t count,
   list.Register(waiter);
   const std::int64_t deadline =
       milliseconds == INFINITE ? kNever : AddHundredNs(now, std::uint64_t{milliseconds} * 10000);
-  const std::uint32_t result = Block(waiter, list, deadline);
+  std::uint32_t result;
+  {
+    ScopedBlockingWait blocking;  // a pool worker lets queued items go to another
+    result = Block(waiter, list, deadline);
+  }
   list.Unregister(result);
   return result == kTimedOut ? WAIT_TIMEOUT : WAIT_OBJECT_0 + result;
 }

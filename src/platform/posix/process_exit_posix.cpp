@@ -1,0 +1,42 @@
+// The mark is an exit handler that belongs to no module, so glibc runs it at
+// exit() and never at dlclose. The trap: such a handler outlives an unload,
+// so neither its code nor its argument may live in the module. Its code is
+// libc's sem_post and its argument a semaphore on the heap, which is left to
+// the process on purpose (one per load).
+#include "platform/posix/process_exit_posix.h"
+
+#include <semaphore.h>
+
+#include <atomic>
+
+extern "C" int __cxa_atexit(void (*function)(void*), void* argument, void* module);
+
+namespace base::platform {
+namespace {
+
+std::atomic<sem_t*> g_processEnd{nullptr};
+
+}  // namespace
+
+void WatchForProcessEnd() {
+  auto* mark = new sem_t;
+  sem_init(mark, /*pshared=*/0, /*value=*/0);
+  // sem_post returns an int that the exit handlers ignore; every ABI we build
+  // for calls it safely through this type. The cast through void (*)() tells
+  // the compiler that the change of type is meant.
+  auto post = reinterpret_cast<void (*)(void*)>(reinterpret_cast<void (*)()>(&sem_post));
+  if (__cxa_atexit(post, mark, nullptr) != 0) {
+    sem_destroy(mark);
+    delete mark;
+    return;
+  }
+  g_processEnd.store(mark, std::memory_order_release);
+}
+
+bool ProcessIsEnding() {
+  sem_t* mark = g_processEnd.load(std::memory_order_acquire);
+  int value = 0;
+  return mark != nullptr && sem_getvalue(mark, &value) == 0 && value > 0;
+}
+
+}  // namespace base::platform

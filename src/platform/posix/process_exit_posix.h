@@ -1,0 +1,21 @@
+// Telling the end of the process from an unload of the module. Both run the
+// module's exit table, but only at the end of the process may threads that
+// are still blocked be left behind: exit() ends them with the process, while
+// dlclose would unmap the code they run. Posix-private.
+#ifndef BASE_PLATFORM_POSIX_PROCESS_EXIT_POSIX_H_
+#define BASE_PLATFORM_POSIX_PROCESS_EXIT_POSIX_H_
+
+namespace base::platform {
+
+// Arranges for ProcessIsEnding to turn true once exit() begins its handlers,
+// before every exit-table entry that was added before this call. Call it after
+// adding the entries that must know; once per load of the module.
+void WatchForProcessEnd();
+
+// True from the moment exit() reached the mark of WatchForProcessEnd on. Never
+// true during an unload. Any thread may ask.
+bool ProcessIsEnding();
+
+}  // namespace base::platform
+
+#endif  // BASE_PLATFORM_POSIX_PROCESS_EXIT_POSIX_H_
