@@ -78,8 +78,11 @@ thread_local ThreadRole t_role = ThreadRole::kOther;
 
 std::atomic<bool> g_failNextItem{false};
 
-// How long a worker that ran out of items looks for more: rounds of yield.
-constexpr int kSpins = 50;
+// How long a worker that ran out of items looks for more before it sleeps. It
+// stays on the processor meanwhile: a worker that yielded instead would count
+// as looking for work while it waits behind every other runnable thread of a
+// busy machine, and posters rely on it.
+constexpr std::chrono::microseconds kSpinTime{50};
 constexpr Milliseconds kWatchdogTick{10};
 constexpr Milliseconds kWatchdogMaxTick{320};
 constexpr Milliseconds kDefaultIdleTimeout{2000};
@@ -325,8 +328,9 @@ class ThreadPool {
   // nor a new worker. True if an item is there to take.
   bool SpinForItem(std::unique_lock<std::mutex>& lock) {
     lock.unlock();
-    for (int spin = 0; spin < kSpins && queued_.load(std::memory_order_relaxed) == 0; ++spin)
-      std::this_thread::yield();
+    const auto until = Clock::now() + kSpinTime;
+    while (queued_.load(std::memory_order_relaxed) == 0 && Clock::now() < until) {
+    }
     lock.lock();
     return !queue_.empty();
   }
