@@ -1,8 +1,11 @@
-// The mark is an exit handler that belongs to no module, so glibc runs it at
-// exit() and never at dlclose. The trap: such a handler outlives an unload,
-// so neither its code nor its argument may live in the module. Its code is
-// libc's sem_post and its argument a semaphore on the heap, which is left to
-// the process on purpose (one per load).
+// The mark is an exit handler registered under a module handle that no module
+// has (the mark's own address), so glibc runs it at exit() and never at a
+// dlclose, which runs only the entries of the module closed. A handler with
+// no handle at all would do the same, but ThreadSanitizer runs those as plain
+// atexit functions and drops their argument. The trap: the handler outlives
+// an unload, so neither its code nor its argument may live in the module. Its
+// code is libc's sem_post and its argument a semaphore on the heap, which is
+// left to the process on purpose (one per load).
 #include "platform/posix/process_exit_posix.h"
 
 #include <semaphore.h>
@@ -25,7 +28,7 @@ void WatchForProcessEnd() {
   // for calls it safely through this type. The cast through void (*)() tells
   // the compiler that the change of type is meant.
   auto post = reinterpret_cast<void (*)(void*)>(reinterpret_cast<void (*)()>(&sem_post));
-  if (__cxa_atexit(post, mark, nullptr) != 0) {
+  if (__cxa_atexit(post, mark, /*module=*/mark) != 0) {
     sem_destroy(mark);
     delete mark;
     return;
