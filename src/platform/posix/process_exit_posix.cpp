@@ -9,6 +9,7 @@
 #include "platform/posix/process_exit_posix.h"
 
 #include <semaphore.h>
+#include <unistd.h>
 
 #include <atomic>
 
@@ -40,6 +41,11 @@ bool ProcessIsEnding() {
   sem_t* mark = g_processEnd.load(std::memory_order_acquire);
   int value = 0;
   return mark != nullptr && sem_getvalue(mark, &value) == 0 && value > 0;
+}
+
+void WaitForProcessEnd() {
+  for (;;)
+    pause();
 }
 
 }  // namespace base::platform

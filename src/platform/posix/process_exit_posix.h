@@ -16,6 +16,10 @@ void WatchForProcessEnd();
 // true during an unload. Any thread may ask.
 bool ProcessIsEnding();
 
+// Blocks the calling thread until the process ends it: what a thread that
+// must not return into torn-down code does once the process is ending.
+[[noreturn]] void WaitForProcessEnd();
+
 }  // namespace base::platform
 
 #endif  // BASE_PLATFORM_POSIX_PROCESS_EXIT_POSIX_H_

@@ -30,12 +30,12 @@
 // entry, added after the waitable objects' table exists, so it runs before
 // that table and the map of current tasks go. At unload it joins every worker.
 // At the end of the process it joins none: a blocked worker must not keep the
-// process alive, and one whose wait ends from then on never returns to its
-// item, as if the process had ended it. The pool is then never destroyed, so
+// process alive. Instead no worker returns into an item from then on, nor
+// takes one, nor ends: each stays where it is or waits for the process to end
+// it, as the system would have ended it. The pool is then never destroyed, so
 // workers still inside it find its memory intact.
 #include "platform/thread_pool.h"
 
-#include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
@@ -147,8 +147,8 @@ class ThreadPool {
   void LeaveBlocking() {
     // The process is ending and its handlers may have destroyed what the item
     // would touch next: stay here until the process ends this thread.
-    while (ProcessIsEnding())
-      pause();
+    if (ProcessIsEnding())
+      WaitForProcessEnd();
     t_role = ThreadRole::kInItem;
     std::lock_guard<std::mutex> lock(mutex_);
     ++running_;
@@ -196,7 +196,8 @@ class ThreadPool {
     ThreadPool& pool = Instance();
     if (ProcessIsEnding()) {
       std::lock_guard<std::mutex> lock(pool.mutex_);
-      pool.Stop();
+      pool.stopped_ = true;  // no wake: sleepers sleep on until the end
+      pool.queue_.clear();
       return;
     }
     pool.Shutdown();
@@ -290,8 +291,11 @@ class ThreadPool {
         RunNextItem(lock);
         continue;
       }
-      if (stopped_)
+      if (stopped_) {
+        if (ProcessIsEnding())
+          WaitForProcessEnd();
         break;
+      }
       if (queue_.empty() && SpinForItem(lock))
         continue;
       --searching_;
@@ -392,6 +396,8 @@ class ThreadPool {
       }
       seen = taken_;
     }
+    if (ProcessIsEnding())
+      WaitForProcessEnd();
   }
 
   const std::size_t cores_ = CoreCount();

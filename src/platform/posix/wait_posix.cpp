@@ -31,6 +31,7 @@
 #include <mutex>
 #include <new>
 
+#include "platform/posix/process_exit_posix.h"
 #include "platform/testing/wait_testing.h"
 #include "platform/thread_pool.h"
 
@@ -194,7 +195,12 @@ class ObjectTable {
     return table;
   }
 
+  // At the end of the process, pool workers may still be blocked in waits on
+  // these objects (they are not joined then), and one whose wait ends would
+  // read its objects once more: the chunks are left to the process.
   ~ObjectTable() {
+    if (ProcessIsEnding())
+      return;
     for (auto& chunk : chunks_)
       delete[] chunk.load(std::memory_order_relaxed);
   }
