@@ -36,7 +36,6 @@
 // workers still inside it find its memory intact.
 #include "platform/thread_pool.h"
 
-
 #include <algorithm>
 #include <atomic>
 #include <chrono>
@@ -195,9 +194,17 @@ class ThreadPool {
   static void TearDown() {
     ThreadPool& pool = Instance();
     if (ProcessIsEnding()) {
-      std::lock_guard<std::mutex> lock(pool.mutex_);
-      pool.stopped_ = true;  // no wake: sleepers sleep on until the end
-      pool.queue_.clear();
+      std::vector<Worker*> retired;
+      {
+        std::lock_guard<std::mutex> lock(pool.mutex_);
+        pool.stopped_ = true;  // no wake: sleepers sleep on until the end
+        pool.queue_.clear();
+        retired = pool.spare_;
+      }
+      // Workers that retired have left their loop; joining them is quick, and
+      // tools that look for threads nobody joined find none.
+      for (Worker* worker : retired)
+        JoinUnlessSelf(worker->thread);
       return;
     }
     pool.Shutdown();
