@@ -34,7 +34,8 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr int kBatch = 1000;  // tasks per iteration of a throughput row
+constexpr int kBatch = 1000;    // tasks per iteration of a throughput row
+constexpr int kBurst = 200000;  // tasks of one burst, posted as fast as the poster can
 
 double Micros(Clock::duration d) {
   return std::chrono::duration<double, std::micro>(d).count();
@@ -89,33 +90,38 @@ void BM_Latency_ThreadPerTask(benchmark::State& state) {
   });
 }
 
-// Throughput without a join of each: post a batch, then wait for all of it.
+// Throughput without a join of each: post a batch of state.range(0) tasks,
+// dropping their pointers, then wait for all of it. `workers` is the number
+// of pool threads alive at the end.
 void BM_Batch_Task(benchmark::State& state) {
+  const int batch = static_cast<int>(state.range(0));
   OrvThread::InitThreadManagement();
   std::atomic<int> done{0};
   Method<void()> work = MakeMethod([&done] { done.fetch_add(1, std::memory_order_release); });
   for (auto _ : state) {
     done.store(0);
-    for (int i = 0; i < kBatch; ++i)
+    for (int i = 0; i < batch; ++i)
       OrvThread::PostThreadTask(work);
-    while (done.load(std::memory_order_acquire) != kBatch)
+    while (done.load(std::memory_order_acquire) != batch)
       std::this_thread::yield();
   }
+  state.counters["workers"] = static_cast<double>(base::platform::testing::PoolWorkerCount());
   OrvThread::FInitThreadManagement();
-  state.SetItemsProcessed(state.iterations() * kBatch);
+  state.SetItemsProcessed(state.iterations() * batch);
 }
 
 void BM_Batch_AsioPool(benchmark::State& state) {
+  const int batch = static_cast<int>(state.range(0));
   boost::asio::thread_pool pool(std::thread::hardware_concurrency());
   std::atomic<int> done{0};
   for (auto _ : state) {
     done.store(0);
-    for (int i = 0; i < kBatch; ++i)
+    for (int i = 0; i < batch; ++i)
       boost::asio::post(pool, [&done] { done.fetch_add(1, std::memory_order_release); });
-    while (done.load(std::memory_order_acquire) != kBatch)
+    while (done.load(std::memory_order_acquire) != batch)
       std::this_thread::yield();
   }
-  state.SetItemsProcessed(state.iterations() * kBatch);
+  state.SetItemsProcessed(state.iterations() * batch);
 }
 
 void BM_Batch_Async(benchmark::State& state) {
@@ -172,40 +178,6 @@ void BM_Joined_ThreadPerTask(benchmark::State& state) {
   for (auto _ : state)
     std::thread([] {}).join();
   state.SetItemsProcessed(state.iterations());
-}
-
-// A burst: 200,000 empty tasks posted as fast as the poster can, their
-// pointers dropped at once, until the last one has run. `workers` is the
-// number of pool threads alive at the end.
-constexpr int kBurst = 200000;
-
-void BM_Burst_Task(benchmark::State& state) {
-  OrvThread::InitThreadManagement();
-  std::atomic<int> done{0};
-  Method<void()> work = MakeMethod([&done] { done.fetch_add(1, std::memory_order_release); });
-  for (auto _ : state) {
-    done.store(0);
-    for (int i = 0; i < kBurst; ++i)
-      OrvThread::PostThreadTask(work);
-    while (done.load(std::memory_order_acquire) != kBurst)
-      std::this_thread::yield();
-  }
-  state.counters["workers"] = static_cast<double>(base::platform::testing::PoolWorkerCount());
-  OrvThread::FInitThreadManagement();
-  state.SetItemsProcessed(state.iterations() * kBurst);
-}
-
-void BM_Burst_AsioPool(benchmark::State& state) {
-  boost::asio::thread_pool pool(std::thread::hardware_concurrency());
-  std::atomic<int> done{0};
-  for (auto _ : state) {
-    done.store(0);
-    for (int i = 0; i < kBurst; ++i)
-      boost::asio::post(pool, [&done] { done.fetch_add(1, std::memory_order_release); });
-    while (done.load(std::memory_order_acquire) != kBurst)
-      std::this_thread::yield();
-  }
-  state.SetItemsProcessed(state.iterations() * kBurst);
 }
 
 // From Interrupt on the poster to the handler of TaskInterrupted in a task
@@ -352,23 +324,28 @@ BENCHMARK(BM_Latency_Task)->UseRealTime();
 BENCHMARK(BM_Latency_AsioPool)->UseRealTime();
 BENCHMARK(BM_Latency_Async)->UseRealTime();
 BENCHMARK(BM_Latency_ThreadPerTask)->UseRealTime();
-BENCHMARK(BM_Batch_Task)->UseRealTime();
-BENCHMARK(BM_Batch_AsioPool)->UseRealTime();
+BENCHMARK(BM_Batch_Task)->Arg(kBatch)->UseRealTime();
+BENCHMARK(BM_Batch_AsioPool)->Arg(kBatch)->UseRealTime();
 BENCHMARK(BM_Batch_Async)->UseRealTime();
 BENCHMARK(BM_Batch_ThreadPerTask)->UseRealTime();
 BENCHMARK(BM_Joined_Task)->UseRealTime();
 BENCHMARK(BM_Joined_AsioPool)->UseRealTime();
 BENCHMARK(BM_Joined_Async)->UseRealTime();
 BENCHMARK(BM_Joined_ThreadPerTask)->UseRealTime();
-BENCHMARK(BM_Burst_Task)
-    ->UseRealTime()
+// Bursts: one burst per run, five runs, to compare the fastest and the slowest.
+BENCHMARK(BM_Batch_Task)
+    ->Name("BM_Burst_Task")
+    ->Arg(kBurst)
     ->Iterations(1)
     ->Repetitions(5)
+    ->UseRealTime()
     ->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_Burst_AsioPool)
-    ->UseRealTime()
+BENCHMARK(BM_Batch_AsioPool)
+    ->Name("BM_Burst_AsioPool")
+    ->Arg(kBurst)
     ->Iterations(1)
     ->Repetitions(5)
+    ->UseRealTime()
     ->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_InterruptToThrow)->UseRealTime();
 BENCHMARK(BM_StopAllSleeping)->UseRealTime()->Iterations(3)->Unit(benchmark::kMillisecond);
