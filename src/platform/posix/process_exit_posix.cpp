@@ -4,8 +4,8 @@
 // no handle at all would do the same, but ThreadSanitizer runs those as plain
 // atexit functions and drops their argument. The trap: the handler outlives
 // an unload, so neither its code nor its argument may live in the module. Its
-// code is libc's sem_post and its argument a semaphore on the heap, which is
-// left to the process on purpose (one per load).
+// code is libc's sem_post and its argument a semaphore on the heap, which an
+// unload runs and frees through __cxa_finalize of that same handle.
 #include "platform/posix/process_exit_posix.h"
 
 #include <semaphore.h>
@@ -14,6 +14,7 @@
 #include <atomic>
 
 extern "C" int __cxa_atexit(void (*function)(void*), void* argument, void* module);
+extern "C" void __cxa_finalize(void* module);
 
 namespace base::platform {
 namespace {
@@ -35,6 +36,15 @@ void WatchForProcessEnd() {
     return;
   }
   g_processEnd.store(mark, std::memory_order_release);
+}
+
+void StopWatchingForProcessEnd() {
+  sem_t* mark = g_processEnd.exchange(nullptr, std::memory_order_acq_rel);
+  if (mark == nullptr)
+    return;
+  __cxa_finalize(mark);
+  sem_destroy(mark);
+  delete mark;
 }
 
 bool ProcessIsEnding() {

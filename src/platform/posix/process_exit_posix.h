@@ -12,6 +12,11 @@ namespace base::platform {
 // adding the entries that must know; once per load of the module.
 void WatchForProcessEnd();
 
+// Takes the mark away again, at an unload: runs its exit handler once now and
+// frees it, so nothing is left behind for exit() to run. ProcessIsEnding is
+// false from then on.
+void StopWatchingForProcessEnd();
+
 // True from the moment exit() reached the mark of WatchForProcessEnd on. Never
 // true during an unload. Any thread may ask.
 bool ProcessIsEnding();

@@ -30,10 +30,12 @@
 // entry, added after the waitable objects' table exists, so it runs before
 // that table and the map of current tasks go. At unload it joins every worker.
 // At the end of the process it joins none: a blocked worker must not keep the
-// process alive. Instead no worker returns into an item from then on, nor
-// takes one, nor ends: each stays where it is or waits for the process to end
-// it, as the system would have ended it. The pool is then never destroyed, so
-// workers still inside it find its memory intact.
+// process alive. It only lets workers that are still inside an item, and not
+// blocked, leave it for a while (kExitGrace): they are most likely in the
+// last steps of a task, which use the library's statics. From then on no
+// worker returns into an item, nor takes one, nor ends: each stays where it
+// is or waits for the process to end it, as the system would have ended it. The pool is then never
+// destroyed, so workers still inside it find its memory intact.
 #include "platform/thread_pool.h"
 
 #include <algorithm>
@@ -85,6 +87,7 @@ constexpr std::chrono::microseconds kSpinTime{50};
 constexpr Milliseconds kWatchdogTick{10};
 constexpr Milliseconds kWatchdogMaxTick{320};
 constexpr Milliseconds kDefaultIdleTimeout{2000};
+constexpr Milliseconds kExitGrace{1000};
 
 std::size_t CoreCount() {
   return std::max(1u, std::thread::hardware_concurrency());
@@ -138,7 +141,7 @@ class ThreadPool {
   void EnterBlocking() {
     t_role = ThreadRole::kBlocked;
     std::unique_lock<std::mutex> lock(mutex_);
-    --running_;
+    LeaveRunning();
     ++blocked_;
     Cover(lock);
   }
@@ -196,9 +199,10 @@ class ThreadPool {
     if (ProcessIsEnding()) {
       std::vector<Worker*> retired;
       {
-        std::lock_guard<std::mutex> lock(pool.mutex_);
+        std::unique_lock<std::mutex> lock(pool.mutex_);
         pool.stopped_ = true;  // no wake: sleepers sleep on until the end
         pool.queue_.clear();
+        pool.itemsLeft_.wait_for(lock, kExitGrace, [&pool] { return pool.running_ == 0; });
         retired = pool.spare_;
       }
       // Workers that retired have left their loop; joining them is quick, and
@@ -209,6 +213,7 @@ class ThreadPool {
     }
     pool.Shutdown();
     pool.~ThreadPool();
+    StopWatchingForProcessEnd();
   }
 
   static void JoinUnlessSelf(std::thread& thread) {
@@ -218,6 +223,20 @@ class ThreadPool {
       thread.detach();  // outside the contract; at least no self-join
     else
       thread.join();
+  }
+
+  // Lets go of the lock for good: the process is ending, and whoever tears
+  // the pool down needs it.
+  [[noreturn]] static void ParkUntilProcessEnd(std::unique_lock<std::mutex>& lock) {
+    lock.unlock();
+    WaitForProcessEnd();
+  }
+
+  // Under the lock: one worker fewer runs an item (it ended or blocks).
+  void LeaveRunning() {
+    --running_;
+    if (stopped_)
+      itemsLeft_.notify_all();
   }
 
   // Under the lock: no item starts from here on, and every sleeper wakes.
@@ -300,7 +319,7 @@ class ThreadPool {
       }
       if (stopped_) {
         if (ProcessIsEnding())
-          WaitForProcessEnd();
+          ParkUntilProcessEnd(lock);
         break;
       }
       if (queue_.empty() && SpinForItem(lock))
@@ -330,7 +349,7 @@ class ThreadPool {
     item.function(item.context);
     t_role = ThreadRole::kOther;
     lock.lock();
-    --running_;
+    LeaveRunning();
     ++searching_;
   }
 
@@ -404,7 +423,7 @@ class ThreadPool {
       seen = taken_;
     }
     if (ProcessIsEnding())
-      WaitForProcessEnd();
+      ParkUntilProcessEnd(lock);
   }
 
   const std::size_t cores_ = CoreCount();
@@ -412,6 +431,7 @@ class ThreadPool {
   std::mutex mutex_;
   std::condition_variable created_;
   std::condition_variable watchdogWake_;
+  std::condition_variable itemsLeft_;  // running_ fell while stopped
   std::thread watchdog_;
   // Guarded by `mutex_`.
   std::vector<std::unique_ptr<Worker>> records_;  // every record ever made
