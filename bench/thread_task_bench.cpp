@@ -3,10 +3,14 @@
 // task. Each of our tasks owns two events and a map entry besides its run.
 //
 // Rows: post-to-start latency (median and p99 in the counters), throughput of
-// empty tasks with and without a join of each, the latency from Interrupt to
-// the catch of TaskInterrupted in a task that waits, and the stop of 10,000
-// sleeping tasks. Compare rows of one run; absolute times on a shared machine
-// are noise. Run with --benchmark_repetitions=5 and read the medians.
+// empty tasks with and without a join of each, bursts of 200,000 empty tasks
+// against an asio pool of one thread per core, the latency from Interrupt to
+// the catch of TaskInterrupted in a task that waits, the stop of 10,000
+// sleeping tasks, 400 tasks that block at once on a pool whose workers are all
+// busy, and the release of 200,000 held pointers. Compare rows of one run;
+// absolute times on a shared machine are noise. Run with
+// --benchmark_repetitions=5 and read the medians (the Burst rows repeat by
+// themselves: compare their fastest and slowest runs too).
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
@@ -23,13 +27,15 @@
 #include "base/method.h"
 #include "base/platform.h"
 #include "base/thread_task.h"
+#include "platform/testing/thread_pool_testing.h"
 #include "platform/thread_pool.h"
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr int kBatch = 1000;  // tasks per iteration of a throughput row
+constexpr int kBatch = 1000;    // tasks per iteration of a throughput row
+constexpr int kBurst = 200000;  // tasks of one burst, posted as fast as the poster can
 
 double Micros(Clock::duration d) {
   return std::chrono::duration<double, std::micro>(d).count();
@@ -84,33 +90,38 @@ void BM_Latency_ThreadPerTask(benchmark::State& state) {
   });
 }
 
-// Throughput without a join of each: post a batch, then wait for all of it.
+// Throughput without a join of each: post a batch of state.range(0) tasks,
+// dropping their pointers, then wait for all of it. `workers` is the number
+// of pool threads alive at the end.
 void BM_Batch_Task(benchmark::State& state) {
+  const int batch = static_cast<int>(state.range(0));
   OrvThread::InitThreadManagement();
   std::atomic<int> done{0};
   Method<void()> work = MakeMethod([&done] { done.fetch_add(1, std::memory_order_release); });
   for (auto _ : state) {
     done.store(0);
-    for (int i = 0; i < kBatch; ++i)
+    for (int i = 0; i < batch; ++i)
       OrvThread::PostThreadTask(work);
-    while (done.load(std::memory_order_acquire) != kBatch)
+    while (done.load(std::memory_order_acquire) != batch)
       std::this_thread::yield();
   }
+  state.counters["workers"] = static_cast<double>(base::platform::testing::PoolWorkerCount());
   OrvThread::FInitThreadManagement();
-  state.SetItemsProcessed(state.iterations() * kBatch);
+  state.SetItemsProcessed(state.iterations() * batch);
 }
 
 void BM_Batch_AsioPool(benchmark::State& state) {
+  const int batch = static_cast<int>(state.range(0));
   boost::asio::thread_pool pool(std::thread::hardware_concurrency());
   std::atomic<int> done{0};
   for (auto _ : state) {
     done.store(0);
-    for (int i = 0; i < kBatch; ++i)
+    for (int i = 0; i < batch; ++i)
       boost::asio::post(pool, [&done] { done.fetch_add(1, std::memory_order_release); });
-    while (done.load(std::memory_order_acquire) != kBatch)
+    while (done.load(std::memory_order_acquire) != batch)
       std::this_thread::yield();
   }
-  state.SetItemsProcessed(state.iterations() * kBatch);
+  state.SetItemsProcessed(state.iterations() * batch);
 }
 
 void BM_Batch_Async(benchmark::State& state) {
@@ -235,21 +246,110 @@ void BM_StopAllSleeping(benchmark::State& state) {
   state.counters["worst_ms"] = worst;
 }
 
+// 400 tasks that each block on one event, posted while every worker of the
+// pool is busy in a wait of its own, so each needs a worker started for it.
+// `all_running_ms` is the time from the first post until the last of them
+// has started.
+void BM_BlockedAtOnce(benchmark::State& state) {
+  constexpr int kTasks = 400;
+  OrvThread::InitThreadManagement();
+  HANDLE busy = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+  HANDLE release = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+  double worst = 0;
+  for (auto _ : state) {
+    state.PauseTiming();
+    ResetEvent(busy);
+    ResetEvent(release);
+    // Workers of earlier rows retire first, down to the core count.
+    base::platform::testing::SetIdleWorkerTimeout(1);
+    while (base::platform::testing::PoolWorkerCount() > std::thread::hardware_concurrency())
+      std::this_thread::yield();
+    base::platform::testing::SetIdleWorkerTimeout(2000);
+    const std::size_t workers = base::platform::testing::PoolWorkerCount();
+    std::vector<OrvThread::ThreadTaskPtr> holders;
+    for (std::size_t i = 0; i < workers; ++i)
+      holders.push_back(
+          OrvThread::PostThreadTask(MakeMethod([busy] { WaitForSingleObject(busy, INFINITE); })));
+    while (base::platform::testing::CountPool().blocked < workers)
+      std::this_thread::yield();
+    std::atomic<int> started{0};
+    Method<void()> work = MakeMethod([&started, release] {
+      started.fetch_add(1);
+      WaitForSingleObject(release, INFINITE);
+    });
+    state.ResumeTiming();
+    const Clock::time_point first = Clock::now();
+    for (int i = 0; i < kTasks; ++i)
+      OrvThread::PostThreadTask(work);
+    while (started.load() != kTasks)
+      std::this_thread::yield();
+    worst = std::max(worst, Micros(Clock::now() - first) / 1000);
+    state.PauseTiming();
+    SetEvent(release);
+    SetEvent(busy);
+    OrvThread::FInitThreadManagement();
+    state.ResumeTiming();
+  }
+  CloseHandle(busy);
+  CloseHandle(release);
+  state.counters["all_running_ms"] = worst;
+}
+
+// Releases 200,000 pointers to finished tasks in launch order, each the last
+// reference to its task: each release takes its task off the list.
+void BM_ReleaseHeldInLaunchOrder(benchmark::State& state) {
+  constexpr int kTasks = 200000;
+  OrvThread::InitThreadManagement();
+  Method<void()> work = MakeMethod([] {});
+  double worst = 0;
+  for (auto _ : state) {
+    state.PauseTiming();
+    std::vector<OrvThread::ThreadTaskPtr> held(kTasks);
+    for (auto& task : held)
+      task = OrvThread::PostThreadTask(work);
+    for (auto& task : held)
+      task->Join();
+    state.ResumeTiming();
+    const Clock::time_point start = Clock::now();
+    for (auto& task : held)
+      task = static_cast<OrvThread::ThreadTask*>(nullptr);
+    worst = std::max(worst, Micros(Clock::now() - start) / 1000);
+  }
+  state.counters["worst_ms"] = worst;
+}
+
 }  // namespace
 
 BENCHMARK(BM_Latency_Task)->UseRealTime();
 BENCHMARK(BM_Latency_AsioPool)->UseRealTime();
 BENCHMARK(BM_Latency_Async)->UseRealTime();
 BENCHMARK(BM_Latency_ThreadPerTask)->UseRealTime();
-BENCHMARK(BM_Batch_Task)->UseRealTime();
-BENCHMARK(BM_Batch_AsioPool)->UseRealTime();
+BENCHMARK(BM_Batch_Task)->Arg(kBatch)->UseRealTime();
+BENCHMARK(BM_Batch_AsioPool)->Arg(kBatch)->UseRealTime();
 BENCHMARK(BM_Batch_Async)->UseRealTime();
 BENCHMARK(BM_Batch_ThreadPerTask)->UseRealTime();
 BENCHMARK(BM_Joined_Task)->UseRealTime();
 BENCHMARK(BM_Joined_AsioPool)->UseRealTime();
 BENCHMARK(BM_Joined_Async)->UseRealTime();
 BENCHMARK(BM_Joined_ThreadPerTask)->UseRealTime();
+// Bursts: one burst per run, five runs, to compare the fastest and the slowest.
+BENCHMARK(BM_Batch_Task)
+    ->Name("BM_Burst_Task")
+    ->Arg(kBurst)
+    ->Iterations(1)
+    ->Repetitions(5)
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_Batch_AsioPool)
+    ->Name("BM_Burst_AsioPool")
+    ->Arg(kBurst)
+    ->Iterations(1)
+    ->Repetitions(5)
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_InterruptToThrow)->UseRealTime();
 BENCHMARK(BM_StopAllSleeping)->UseRealTime()->Iterations(3)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_BlockedAtOnce)->UseRealTime()->Iterations(3)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_ReleaseHeldInLaunchOrder)->UseRealTime()->Iterations(3)->Unit(benchmark::kMillisecond);
 
 BENCHMARK_MAIN();

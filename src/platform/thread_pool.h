@@ -1,14 +1,17 @@
 // The library's thread pool: work items run once each on a pool thread.
 //
-// The pool is elastic. An item starts on an idle worker; if none is idle and
-// no running worker is about to take it, a new worker is started for it (one
-// start at a time), up to kMaxPoolWorkers; only beyond that do items wait for a
-// worker to finish. Items may therefore block waiting for each other, which
-// would deadlock a fixed-size pool. Workers that stay idle for a while end.
+// About one worker per core runs items at a time. Items may block waiting for
+// each other, which would deadlock a fixed-size pool, so a worker that blocks
+// in one of the library's waits (ScopedBlockingWait) lets another worker take
+// queued items at once, up to kMaxPoolWorkers; and while items wait and none
+// has been taken for a while, the pool adds a worker by itself, for blocking
+// it cannot see (a lock of the caller's, I/O). Idle workers beyond the core
+// count end after a while.
 //
-// The pool is owned by the module: ShutdownThreadPool stops and joins every
-// worker, and it runs by itself when the module's statics are destroyed, so
-// that unloading the module never unmaps code a worker still runs.
+// The pool is owned by the module: at unload it stops and joins every worker
+// before the module's statics go, so that unloading never unmaps code a
+// worker still runs. At the end of the process it joins nothing: a worker
+// blocked for good does not keep the process alive.
 //
 // Threading: QueueWorkItem may be called from any thread, pool threads
 // included. ShutdownThreadPool must not be called from a work item.
@@ -20,25 +23,41 @@
 
 namespace base::platform {
 
-// The most workers alive at one time.
+// The most workers alive at one time, and so the most items running at once.
 constexpr std::size_t kMaxPoolWorkers = 500;
 
-// The hint that an item runs long. Every worker may run long in this pool, so
-// the flag is accepted and changes nothing.
+// The hint that an item runs long. Every item may block in this pool, so the
+// flag is accepted and changes nothing.
 constexpr std::uint32_t kWorkItemLongFunction = 0x10;
 
 using WorkItemFunction = std::uint32_t (*)(void* context);
 
 // Arranges for `function(context)` to run once, soon, on a pool thread, and
-// returns at once. False means refused: no worker could be started for it, or
-// the pool was shut down; the item will not run. The result of `function` is
-// ignored; an exception that leaves it ends the process.
+// returns at once. False means refused: no worker could be started and none
+// is there to take the item, or the pool was shut down; the item will not run.
+// The result of `function` is ignored; an exception that leaves it ends the
+// process.
 [[nodiscard]] bool QueueWorkItem(WorkItemFunction function, void* context, std::uint32_t flags);
 
 // Stops the pool and joins its workers, the running ones after their item
 // ends. Items that have not started are dropped uncalled. Queueing fails from
 // then on. Idempotent.
 void ShutdownThreadPool();
+
+// Brackets a wait that may block the calling thread. On a pool thread inside
+// an item, the pool counts the worker as blocked for the scope, so queued
+// items do not wait for it. Elsewhere it does nothing. Wrap only the part that
+// really sleeps: a poll that returns at once gains nothing from it.
+void EnterBlockingWait();
+void LeaveBlockingWait();
+
+class ScopedBlockingWait {
+ public:
+  ScopedBlockingWait() { EnterBlockingWait(); }
+  ScopedBlockingWait(const ScopedBlockingWait&) = delete;
+  ScopedBlockingWait& operator=(const ScopedBlockingWait&) = delete;
+  ~ScopedBlockingWait() { LeaveBlockingWait(); }
+};
 
 }  // namespace base::platform
 

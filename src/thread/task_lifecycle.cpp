@@ -4,6 +4,7 @@
 #include "platform/wait.h"
 #include "thread/current_task_map.h"
 #include "thread/task_access.h"
+#include "thread/task_list.h"
 #include "thread/thread_management.h"
 
 namespace OrvThread {
@@ -63,7 +64,7 @@ void ReleaseTask(ThreadTask* task) {
 ThreadTaskPtr PostThreadTask(Method<void()> method) {
   // The caller's reference is taken before the launch, so a run that ends
   // before AddTask returns cannot free the task under this function.
-  ThreadTaskPtr result(new ThreadTask(method));
+  ThreadTaskPtr result(new ListedTask(method));
   if (!GetThreadManagement()->AddTask(result))
     result = static_cast<ThreadTask*>(nullptr);  // the last reference: frees the task
   return result;

@@ -1,7 +1,7 @@
 #include "thread/thread_management.h"
 
-#include <algorithm>
 #include <new>
+#include <vector>
 
 #include "base/thread_task.h"
 #include "platform/os_version.h"
@@ -41,29 +41,25 @@ bool ThreadManagement::AddTask(ThreadTask* task) {
     return false;
   }
   Lock hold(tasksLock);
-  tasks.push_back(task);
+  tasks.PushBack(task);
   return true;
 }
 
 void ThreadManagement::RemoveTask(ThreadTask* task) {
   Lock hold(tasksLock);
-  const auto listed = std::find(tasks.begin(), tasks.end(), task);
-  if (listed != tasks.end())
-    tasks.erase(listed);
+  tasks.Remove(task);
 }
 
 void ThreadManagement::InterruptAll() {
   Lock hold(tasksLock);
-  for (ThreadTask* task : tasks)
-    task->Interrupt();
+  tasks.ForEach([](ThreadTask* task) { task->Interrupt(); });
 }
 
 void ThreadManagement::JoinAll() {
   std::vector<ThreadTask*> joining;
   {
     Lock hold(tasksLock);
-    joining.reserve(tasks.size());
-    for (ThreadTask* task : tasks) {
+    tasks.ForEach([&joining](ThreadTask* task) {
       // A reference keeps each task alive until its join is done. The trap: a
       // listed task may already be at count 0, its last holder waiting for
       // this lock to take it off the list before freeing it. Such a task has
@@ -74,7 +70,7 @@ void ThreadManagement::JoinAll() {
         InterlockedDecrement(refCount);
       else
         joining.push_back(task);
-    }
+    });
   }
   for (ThreadTask* task : joining) {
     task->Join();
@@ -84,8 +80,7 @@ void ThreadManagement::JoinAll() {
 
 void ThreadManagement::ClearTasks() {
   Lock hold(tasksLock);
-  // Gives the list's block back too: see g_threadManagementStorage.
-  std::vector<ThreadTask*>().swap(tasks);
+  tasks.Clear();
 }
 
 ThreadManagement* GetThreadManagement() {

@@ -8,9 +8,10 @@
 #define BASE_THREAD_THREAD_MANAGEMENT_H_
 
 #include <cstdint>
-#include <vector>
 
 #include <boost/thread/recursive_mutex.hpp>
+
+#include "thread/task_list.h"
 
 namespace OrvThread {
 
@@ -27,7 +28,7 @@ class ThreadManagement {
   // end before this returns. False if the pool refused; nothing has changed
   // then.
   bool AddTask(ThreadTask* task);
-  // Takes `task` off the list if it is there.
+  // Takes `task` off the list if it is there, in constant time.
   void RemoveTask(ThreadTask* task);
   void InterruptAll();
   // Joins every task listed at the moment of the call, in list order, with no
@@ -41,7 +42,7 @@ class ThreadManagement {
  private:
   // Launch order. Holds no references: a task leaves in ReleaseTask before it
   // is freed, so a listed task is alive for as long as the lock is held.
-  std::vector<ThreadTask*> tasks;
+  TaskList tasks;
   // The required lock: boost::recursive_mutex, not a std one (docs/frozen-names.md).
   boost::recursive_mutex tasksLock;
   const std::uint32_t queueFlags;

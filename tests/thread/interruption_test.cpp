@@ -52,7 +52,7 @@ TEST_F(InterruptionTest, RequestBeforeTheRunIsDeliveredAtTheFirstPoint) {
   std::atomic<int> reached{0};
   bool requestedInside = false;
   // Made and interrupted before its work item exists, then launched.
-  ThreadTaskPtr task(new ThreadTask(MakeMethod([&] {
+  ThreadTaskPtr task(new ListedTask(MakeMethod([&] {
     requestedInside = IsInterruptionRequested();
     reached = 1;
     InterruptionPoint();

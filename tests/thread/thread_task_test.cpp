@@ -11,6 +11,7 @@
 
 #include "platform/testing/thread_pool_testing.h"
 #include "platform/testing/wait_testing.h"
+#include "support/wait_until.h"
 #include "task_test_support.h"
 #include "thread/task_access.h"
 #include "thread/thread_management.h"
@@ -24,9 +25,9 @@ LONG RefCount(ThreadTask* task) {
 
 // Waits until the worker has dropped its reference, so that the pointers
 // held by the test are the only ones left.
-void WaitForWorkerRelease(ThreadTask* task, LONG held) {
-  while (RefCount(task) != held)
-    std::this_thread::yield();
+::testing::AssertionResult WorkerReleased(ThreadTask* task, LONG held) {
+  return base::testing::WaitUntil([&] { return RefCount(task) == held; },
+                                  "the worker to drop its reference");
 }
 
 using ThreadTaskTest = TaskTest;
@@ -56,8 +57,7 @@ TEST_F(ThreadTaskTest, JoinsFromSeveralThreadsOnRunningAndFinishedTasks) {
       joined.fetch_add(1);
     });
   }
-  while (polled.load() != 4)
-    std::this_thread::yield();
+  ASSERT_TRUE(base::testing::WaitUntil([&] { return polled.load() == 4; }, "every joiner's poll"));
   EXPECT_FALSE(task->TimedJoin(20));
   EXPECT_EQ(joined.load(), 0);
   gate.Open();
@@ -88,8 +88,8 @@ TEST_F(ThreadTaskTest, DroppedPointerDoesNotStopTheTaskAndTheWorkerFreesIt) {
   PostThreadTask(Method<void()>(new CountingTarget(&runs, &deaths)));
   gate.Open();
   ASSERT_TRUE(ran.Wait());
-  while (deaths.load() == 0)  // the worker frees the task, and with it the delegate
-    std::this_thread::yield();
+  // The worker frees the task, and with it the delegate.
+  ASSERT_TRUE(base::testing::WaitUntil([&] { return deaths.load() == 1; }, "the worker to free"));
   EXPECT_EQ(runs.load(), 1);
 }
 
@@ -107,8 +107,7 @@ TEST_F(ThreadTaskTest, EmptyAndInvalidDelegatesRunNothingAndFinish) {
   // The task keeps its delegate until the task itself is freed.
   EXPECT_EQ(deaths.load(), 0);
   invalid = static_cast<ThreadTask*>(nullptr);
-  while (deaths.load() == 0)
-    std::this_thread::yield();
+  EXPECT_TRUE(base::testing::WaitUntil([&] { return deaths.load() == 1; }, "the task to be freed"));
 }
 
 TEST_F(ThreadTaskTest, RefusedLaunchGivesAnEmptyPointerAndFreesEverything) {
@@ -159,7 +158,7 @@ TEST_F(ThreadTaskTest, CountedPointerKeepsExactlyItsReferences) {
   EXPECT_EQ(RefCount(raw), 2);
   gate.Open();
   task->Join();
-  WaitForWorkerRelease(raw, 1);
+  ASSERT_TRUE(WorkerReleased(raw, 1));
 
   // Self-assignment while holding the last reference keeps the task alive
   // (freed memory here is what the address sanitizer would report).
@@ -174,7 +173,7 @@ TEST_F(ThreadTaskTest, LastReleaseOnAForeignThreadFreesTheTaskThere) {
   std::atomic<int> deaths{0};
   ThreadTaskPtr task = PostThreadTask(Method<void()>(new CountingTarget(&runs, &deaths)));
   task->Join();
-  WaitForWorkerRelease(task, 1);
+  ASSERT_TRUE(WorkerReleased(task, 1));
   std::thread foreign([&task] { task = static_cast<ThreadTask*>(nullptr); });
   foreign.join();
   EXPECT_EQ(deaths.load(), 1);
@@ -237,8 +236,8 @@ TEST_F(ThreadTaskTest, RaceQuickRunsEndingBeforeTheLaunchReturns) {
       task->Join();
   }
   FInitThreadManagement();
-  while (deaths.load() != kRounds)
-    std::this_thread::yield();
+  ASSERT_TRUE(
+      base::testing::WaitUntil([&] { return deaths.load() == kRounds; }, "every task freed"));
   EXPECT_EQ(runs.load(), kRounds);
 }
 
@@ -264,8 +263,8 @@ TEST_F(ThreadTaskTest, RaceTasksFreedWhileAllAreJoined) {
   done.store(true);
   stopper.join();
   FInitThreadManagement();
-  while (deaths.load() != kPosts)
-    std::this_thread::yield();
+  ASSERT_TRUE(
+      base::testing::WaitUntil([&] { return deaths.load() == kPosts; }, "every task freed"));
   EXPECT_EQ(runs.load(), kPosts);
 }
 

@@ -1,39 +1,65 @@
-// The elastic pool. Items wait in one FIFO queue. An idle worker waits on a
-// condition variable of its own, on a LIFO stack of idle workers, so a new item
-// wakes the most recently idle (cache-warm) worker and the ones at the bottom
-// of the stack time out and end.
+// The elastic pool. Items wait in one FIFO queue under one mutex, held only
+// for a few counter updates and a push or a pop. Workers are in one of four
+// states, each counted:
 //
-// Liveness: every queued item must have a worker on its way to it that is not
-// stuck in another item, since items may block waiting for each other. Such a
-// claimant is a woken or starting worker, or a worker that has just run out of
-// items and spins for a moment before it sleeps (it will take the head item,
-// and every worker that takes an item checks the rest of the queue again).
-// When items are left without one, an idle worker is woken, or a new worker is
-// started; one start at a time, and the new worker checks again before it runs
-// its first item. So blocked items each get a worker of their own, one thread
-// start apart, while a burst of short items is drained by the workers that run
-// instead of starting a thread per item.
+//   searching  awake without an item: starting, just woken, or spinning for a
+//              moment after an item before going to sleep
+//   running    inside an item
+//   blocked    inside an item, in one of the library's waits
+//   idle       asleep on a LIFO stack, so a wake finds the most recently idle
+//              (cache-warm) worker and the bottom of the stack retires
 //
-// Records are never freed before the pool is: a poster may still notify a
-// record whose worker has moved on, and that is then only a spurious wake. A
-// record whose thread has ended is reused after a join of the old thread.
+// Runnable work runs on about one worker per core: items are taken only
+// while fewer than `target_` workers run (the core count, unless the watchdog
+// raised it); a poster wakes a sleeper only when no worker is searching and
+// an item could be taken; and a worker that takes an item wakes the next one
+// under the same rule. A burst of short items is therefore drained by the few
+// workers that run, which never convoy on the locks of the items, and workers
+// that wake together after a long wait go back to sleep instead of all taking
+// items at once.
+//
+// Liveness: items may wait for each other. A worker that blocks stops counting
+// as running, so the same rule wakes or starts another worker at once while
+// items wait. Blocking that the pool cannot see is covered by the watchdog:
+// while items wait and none has been taken for kWatchdogTick, it lets one more
+// worker run, and waits twice as long after each such step, up to
+// kWatchdogMaxTick. The target falls back to the core count once the queue
+// is empty.
+//
+// Lifetime: the pool lives in static storage and is torn down by an exit-table
+// entry, added after the waitable objects' table exists, so it runs before
+// that table and the map of current tasks go. At unload it joins every worker.
+// At the end of the process it joins none: a blocked worker must not keep the
+// process alive. It only lets workers that are still inside an item, and not
+// blocked, leave it for a while (kExitGrace): they are most likely in the
+// last steps of a task, which use the library's statics. From then on no
+// worker returns into an item, nor takes one, nor ends: each stays where it
+// is or waits for the process to end it, as the system would have ended it. The pool is then never
+// destroyed, so workers still inside it find its memory intact.
 #include "platform/thread_pool.h"
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <deque>
 #include <memory>
 #include <mutex>
+#include <new>
 #include <system_error>
 #include <thread>
 #include <vector>
 
+#include "platform/exit_table.h"
+#include "platform/posix/process_exit_posix.h"
 #include "platform/testing/thread_pool_testing.h"
 #include "platform/wait.h"
 
 namespace base::platform {
 namespace {
+
+using Clock = std::chrono::steady_clock;
+using Milliseconds = std::chrono::milliseconds;
 
 struct WorkItem {
   WorkItemFunction function = nullptr;
@@ -46,19 +72,33 @@ struct Worker {
   bool woken = false;  // guarded by the pool's mutex
 };
 
+// What the calling thread is to the pool. Trivially destructible, so it does
+// not pin the module.
+enum class ThreadRole : unsigned char { kOther, kInItem, kBlocked };
+thread_local ThreadRole t_role = ThreadRole::kOther;
+
 std::atomic<bool> g_failNextItem{false};
 
-// How long a worker that ran out of items looks for more: rounds of yield.
-constexpr int kSpins = 50;
+// How long a worker that ran out of items looks for more before it sleeps. It
+// stays on the processor meanwhile: a worker that yielded instead would count
+// as looking for work while it waits behind every other runnable thread of a
+// busy machine, and posters rely on it.
+constexpr std::chrono::microseconds kSpinTime{50};
+constexpr Milliseconds kWatchdogTick{10};
+constexpr Milliseconds kWatchdogMaxTick{320};
+constexpr Milliseconds kDefaultIdleTimeout{2000};
+constexpr Milliseconds kExitGrace{1000};
+
+std::size_t CoreCount() {
+  return std::max(1u, std::thread::hardware_concurrency());
+}
 
 class ThreadPool {
  public:
   static ThreadPool& Instance() {
-    static ThreadPool pool;
-    return pool;
+    static ThreadPool* const pool = Create();
+    return *pool;
   }
-
-  ~ThreadPool() { Shutdown(); }
 
   bool Queue(const WorkItem& item) {
     std::unique_lock<std::mutex> lock(mutex_);
@@ -66,11 +106,15 @@ class ThreadPool {
       return false;
     queue_.push_back(item);
     queued_.store(queue_.size(), std::memory_order_relaxed);
-    if (Cover(lock))
+    if (watchdogAsleep_) {
+      watchdogAsleep_ = false;
+      watchdogWake_.notify_one();
+    }
+    if (Cover(lock) || live_ != 0)
       return true;
-    // No worker could be started. Take the item back unless a worker that
-    // finished meanwhile has taken it; items are equal when their parts are.
-    lock.lock();
+    // No worker could be started and there is none to take the item. Take it
+    // back unless one that started meanwhile has taken it; items are equal
+    // when their parts are.
     for (auto it = queue_.rbegin(); it != queue_.rend(); ++it) {
       if (it->function == item.function && it->context == item.context) {
         queue_.erase(std::next(it).base());
@@ -85,35 +129,49 @@ class ThreadPool {
     std::lock_guard<std::mutex> once(shutdownMutex_);
     {
       std::unique_lock<std::mutex> lock(mutex_);
-      stopped_ = true;
-      queue_.clear();
-      queued_.store(0, std::memory_order_relaxed);
-      idle_.clear();
+      Stop();
       created_.wait(lock, [this] { return creating_ == 0; });
-      for (auto& record : records_)
-        record->wake.notify_one();
     }
     // No record is added or started from here on, so the list is stable.
-    for (auto& record : records_) {
-      if (!record->thread.joinable())
-        continue;
-      if (record->thread.get_id() == std::this_thread::get_id())
-        record->thread.detach();  // outside the contract; at least no self-join
-      else
-        record->thread.join();
-    }
+    for (auto& record : records_)
+      JoinUnlessSelf(record->thread);
+    JoinUnlessSelf(watchdog_);
   }
 
-  std::size_t LiveWorkers() {
+  void EnterBlocking() {
+    t_role = ThreadRole::kBlocked;
+    std::unique_lock<std::mutex> lock(mutex_);
+    LeaveRunning();
+    ++blocked_;
+    Cover(lock);
+  }
+
+  void LeaveBlocking() {
+    // The process is ending and its handlers may have destroyed what the item
+    // would touch next: stay here until the process ends this thread.
+    if (ProcessIsEnding())
+      WaitForProcessEnd();
+    t_role = ThreadRole::kInItem;
     std::lock_guard<std::mutex> lock(mutex_);
-    return live_;
+    ++running_;
+    --blocked_;
   }
 
-  void SetIdleTimeout(std::chrono::milliseconds timeout) {
+  testing::PoolCounts Counts() {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return {live_, running_, blocked_, queue_.size()};
+  }
+
+  void SetIdleTimeout(Milliseconds timeout) {
     std::lock_guard<std::mutex> lock(mutex_);
     idleTimeout_ = timeout;
     for (Worker* worker : idle_)
       worker->wake.notify_one();
+  }
+
+  void SetCap(std::size_t cap) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    cap_ = std::min(cap, kMaxPoolWorkers);
   }
 
  private:
@@ -126,33 +184,96 @@ class ThreadPool {
     idle_.reserve(kMaxPoolWorkers);
     spare_.reserve(kMaxPoolWorkers);
   }
+  ~ThreadPool() = default;
 
-  // Makes sure that the queued items have claimants (see the note at the top).
-  // A spinning worker covers the whole queue, because it takes the head item
-  // and then calls this again. Called with `lock` held; returns with it
-  // released. False only if a worker was needed and could not be started.
-  bool Cover(std::unique_lock<std::mutex>& lock) {
-    if (spinning_ != 0 || queue_.size() <= waking_ + starting_) {
-      lock.unlock();
-      return true;
+  static ThreadPool* Create() {
+    alignas(ThreadPool) static unsigned char storage[sizeof(ThreadPool)];
+    ThreadPool* pool = new (storage) ThreadPool();
+    AddExitTableEntry(&TearDown);
+    WatchForProcessEnd();  // after the entry, so that it runs before it
+    return pool;
+  }
+
+  static void TearDown() {
+    ThreadPool& pool = Instance();
+    if (ProcessIsEnding()) {
+      std::vector<Worker*> retired;
+      {
+        std::unique_lock<std::mutex> lock(pool.mutex_);
+        pool.stopped_ = true;  // no wake: sleepers sleep on until the end
+        pool.queue_.clear();
+        pool.itemsLeft_.wait_for(lock, kExitGrace, [&pool] { return pool.running_ == 0; });
+        retired = pool.spare_;
+      }
+      // Workers that retired have left their loop; joining them is quick, and
+      // tools that look for threads nobody joined find none.
+      for (Worker* worker : retired)
+        JoinUnlessSelf(worker->thread);
+      return;
     }
+    pool.Shutdown();
+    pool.~ThreadPool();
+    StopWatchingForProcessEnd();
+  }
+
+  static void JoinUnlessSelf(std::thread& thread) {
+    if (!thread.joinable())
+      return;
+    if (thread.get_id() == std::this_thread::get_id())
+      thread.detach();  // outside the contract; at least no self-join
+    else
+      thread.join();
+  }
+
+  // Lets go of the lock for good: the process is ending, and whoever tears
+  // the pool down needs it.
+  [[noreturn]] static void ParkUntilProcessEnd(std::unique_lock<std::mutex>& lock) {
+    lock.unlock();
+    WaitForProcessEnd();
+  }
+
+  // Under the lock: one worker fewer runs an item (it ended or blocks).
+  void LeaveRunning() {
+    --running_;
+    if (stopped_)
+      itemsLeft_.notify_all();
+  }
+
+  // Under the lock: no item starts from here on, and every sleeper wakes.
+  void Stop() {
+    stopped_ = true;
+    queue_.clear();
+    queued_.store(0, std::memory_order_relaxed);
+    idle_.clear();
+    for (auto& record : records_)
+      record->wake.notify_one();
+    watchdogWake_.notify_one();
+  }
+
+  // Makes sure that queued items have a worker on its way to them (see the
+  // note at the top). Called with `lock` held, which it may let go of for a
+  // while. False only if a worker was needed and could not be started.
+  bool Cover(std::unique_lock<std::mutex>& lock) {
+    if (queue_.empty() || searching_ != 0 || running_ >= target_)
+      return true;
+    return WakeOrStart(lock);
+  }
+
+  bool WakeOrStart(std::unique_lock<std::mutex>& lock) {
     if (!idle_.empty()) {
       Worker* worker = idle_.back();
       idle_.pop_back();
       worker->woken = true;
-      ++waking_;
-      lock.unlock();
+      ++searching_;
       worker->wake.notify_one();
       return true;
     }
-    // One start at a time; the new worker covers the rest when it begins.
-    const bool started = starting_ != 0 || live_ == kMaxPoolWorkers || StartWorker(lock);
-    lock.unlock();
-    return started;
+    return live_ >= cap_ || StartWorker(lock);
   }
 
-  // Starts a worker. Called with `lock` held, which it lets go of while the
-  // thread is created. False if the thread could not be created.
+  // Starts a worker, which counts as searching from here on. Called with
+  // `lock` held, which it lets go of while the thread is created. False if the
+  // thread could not be created.
   bool StartWorker(std::unique_lock<std::mutex>& lock) {
     Worker* worker;
     if (!spare_.empty()) {
@@ -163,21 +284,25 @@ class ThreadPool {
       worker = records_.back().get();
     }
     ++live_;
-    ++starting_;
+    ++searching_;
     ++creating_;
+    const bool firstStart = !watchdogStarted_;
+    watchdogStarted_ = true;
     lock.unlock();
     bool started = true;
     try {
       if (worker->thread.joinable())
         worker->thread.join();  // the previous worker of this record has ended
       worker->thread = std::thread(&ThreadPool::WorkerMain, this, worker);
+      if (firstStart)
+        watchdog_ = std::thread(&ThreadPool::WatchdogMain, this);
     } catch (const std::system_error&) {
-      started = false;
+      started = worker->thread.joinable();
     }
     lock.lock();
     if (!started) {
       --live_;
-      --starting_;
+      --searching_;
       spare_.push_back(worker);
     }
     if (--creating_ == 0)
@@ -187,87 +312,145 @@ class ThreadPool {
 
   void WorkerMain(Worker* self) {
     std::unique_lock<std::mutex> lock(mutex_);
-    --starting_;
     for (;;) {
-      if (!queue_.empty()) {
-        const WorkItem item = queue_.front();
-        queue_.pop_front();
-        queued_.store(queue_.size(), std::memory_order_relaxed);
-        Cover(lock);  // items that still wait must not depend on this one ending
-        item.function(item.context);
-        lock.lock();
+      if (!queue_.empty() && running_ < target_) {
+        RunNextItem(lock);
         continue;
       }
-      if (stopped_)
+      if (stopped_) {
+        if (ProcessIsEnding())
+          ParkUntilProcessEnd(lock);
         break;
-      if (SpinForItem(lock))
+      }
+      if (queue_.empty() && SpinForItem(lock))
         continue;
+      --searching_;
       if (!WaitIdle(lock, self))
         break;
     }
+    --searching_;
     --live_;
     if (!stopped_)
       spare_.push_back(self);
+  }
+
+  // Takes the head item and runs it with `lock` let go. The worker searches
+  // again afterwards.
+  void RunNextItem(std::unique_lock<std::mutex>& lock) {
+    const WorkItem item = queue_.front();
+    queue_.pop_front();
+    queued_.store(queue_.size(), std::memory_order_relaxed);
+    ++taken_;
+    --searching_;
+    ++running_;
+    Cover(lock);  // the items behind this one need a worker of their own
+    lock.unlock();
+    t_role = ThreadRole::kInItem;
+    item.function(item.context);
+    t_role = ThreadRole::kOther;
+    lock.lock();
+    LeaveRunning();
+    ++searching_;
   }
 
   // A worker that has just run out of items looks for a new one for a short
   // while before it sleeps, so that items posted meanwhile need neither a wake
   // nor a new worker. True if an item is there to take.
   bool SpinForItem(std::unique_lock<std::mutex>& lock) {
-    ++spinning_;
     lock.unlock();
-    for (int spin = 0; spin < kSpins && queued_.load(std::memory_order_relaxed) == 0; ++spin)
-      std::this_thread::yield();
+    const auto until = Clock::now() + kSpinTime;
+    while (queued_.load(std::memory_order_relaxed) == 0 && Clock::now() < until) {
+    }
     lock.lock();
-    --spinning_;
     return !queue_.empty();
   }
 
   // Waits on the idle stack until the worker is woken or the pool stops
-  // (true), or until it has been idle for the idle timeout (false). The timeout
-  // is read again at every wake, so a change reaches workers that already wait.
+  // (true), or until it has been idle for the idle timeout while more than
+  // the core count of workers live (false: it retires). The timeout is read
+  // again at every wake, so a change reaches workers that already wait.
   bool WaitIdle(std::unique_lock<std::mutex>& lock, Worker* self) {
     idle_.push_back(self);
     self->woken = false;
-    const auto idleSince = std::chrono::steady_clock::now();
+    const auto idleSince = Clock::now();
     for (;;) {
-      if (self->woken) {
-        --waking_;
+      if (self->woken || stopped_) {
+        if (!self->woken)
+          ++searching_;  // the stop counts it back down on the way out
         return true;
       }
-      if (stopped_)
-        return true;
       const auto until = idleSince + idleTimeout_;
-      if (std::chrono::steady_clock::now() >= until) {
+      if (live_ > cores_ && Clock::now() >= until) {
         // Nobody woke it, so it is still on the idle stack.
-        for (auto it = idle_.begin(); it != idle_.end(); ++it) {
-          if (*it == self) {
-            idle_.erase(it);
-            break;
-          }
-        }
+        idle_.erase(std::find(idle_.begin(), idle_.end(), self));
+        ++searching_;
         return false;
       }
-      self->wake.wait_until(lock, until);
+      if (live_ > cores_)
+        self->wake.wait_until(lock, until);
+      else
+        self->wake.wait(lock);
     }
   }
 
+  // Lets one more worker run while items wait and none is taken: blocking
+  // that the pool cannot see. Sleeps for good while the queue is empty.
+  void WatchdogMain() {
+    std::unique_lock<std::mutex> lock(mutex_);
+    Milliseconds tick = kWatchdogTick;
+    std::uint64_t seen = taken_;
+    while (!stopped_) {
+      if (queue_.empty()) {
+        target_ = cores_;
+        watchdogAsleep_ = true;
+        watchdogWake_.wait(lock);
+        watchdogAsleep_ = false;
+        tick = kWatchdogTick;
+        seen = taken_;
+        continue;
+      }
+      watchdogWake_.wait_for(lock, tick);
+      if (stopped_)
+        break;
+      const bool stuck = !queue_.empty() && taken_ == seen && searching_ == 0;
+      if (stuck && running_ < cap_) {
+        target_ = running_ + 1;
+        Cover(lock);
+        tick = std::min(tick * 2, kWatchdogMaxTick);
+      } else if (!stuck) {
+        tick = kWatchdogTick;
+      }
+      seen = taken_;
+    }
+    if (ProcessIsEnding())
+      ParkUntilProcessEnd(lock);
+  }
+
+  const std::size_t cores_ = CoreCount();
   std::mutex shutdownMutex_;
   std::mutex mutex_;
   std::condition_variable created_;
+  std::condition_variable watchdogWake_;
+  std::condition_variable itemsLeft_;  // running_ fell while stopped
+  std::thread watchdog_;
   // Guarded by `mutex_`.
   std::vector<std::unique_ptr<Worker>> records_;  // every record ever made
   std::vector<Worker*> idle_;                     // idle workers, latest last
   std::vector<Worker*> spare_;                    // records whose worker ended
   std::deque<WorkItem> queue_;
-  std::size_t live_ = 0;                // workers started and not yet ended
-  std::size_t starting_ = 0;            // started, not yet at their first item
-  std::size_t waking_ = 0;              // woken from the idle stack, not yet running
-  std::size_t spinning_ = 0;            // looking for an item before they sleep
-  std::atomic<std::size_t> queued_{0};  // queue_.size(), for the spinners
-  std::size_t creating_ = 0;            // thread creations in progress
+  std::size_t live_ = 0;         // workers started and not yet ended
+  std::size_t searching_ = 0;    // awake without an item
+  std::size_t running_ = 0;      // inside an item, not blocked
+  std::size_t blocked_ = 0;      // inside an item, in a wait of the library
+  std::size_t creating_ = 0;     // thread creations in progress
+  std::uint64_t taken_ = 0;      // items taken since the start
+  std::size_t target_ = cores_;  // the most workers that take items at once
+  std::size_t cap_ = kMaxPoolWorkers;
   bool stopped_ = false;
-  std::chrono::milliseconds idleTimeout_{10000};
+  bool watchdogStarted_ = false;
+  bool watchdogAsleep_ = false;
+  Milliseconds idleTimeout_ = kDefaultIdleTimeout;
+  std::atomic<std::size_t> queued_{0};  // queue_.size(), for the spinners
 };
 
 }  // namespace
@@ -282,6 +465,16 @@ void ShutdownThreadPool() {
   ThreadPool::Instance().Shutdown();
 }
 
+void EnterBlockingWait() {
+  if (t_role == ThreadRole::kInItem)
+    ThreadPool::Instance().EnterBlocking();
+}
+
+void LeaveBlockingWait() {
+  if (t_role == ThreadRole::kBlocked)
+    ThreadPool::Instance().LeaveBlocking();
+}
+
 namespace testing {
 
 void FailNextWorkItem() {
@@ -289,11 +482,19 @@ void FailNextWorkItem() {
 }
 
 void SetIdleWorkerTimeout(std::uint32_t milliseconds) {
-  ThreadPool::Instance().SetIdleTimeout(std::chrono::milliseconds(milliseconds));
+  ThreadPool::Instance().SetIdleTimeout(Milliseconds(milliseconds));
+}
+
+void SetWorkerCap(std::size_t cap) {
+  ThreadPool::Instance().SetCap(cap);
+}
+
+PoolCounts CountPool() {
+  return ThreadPool::Instance().Counts();
 }
 
 std::size_t PoolWorkerCount() {
-  return ThreadPool::Instance().LiveWorkers();
+  return CountPool().live;
 }
 
 }  // namespace testing

@@ -7,6 +7,7 @@
 #include <cerrno>
 
 #include "base/platform.h"
+#include "platform/thread_pool.h"
 
 namespace base::platform {
 
@@ -22,6 +23,7 @@ void Sleep(std::uint32_t milliseconds) {
     sched_yield();
     return;
   }
+  ScopedBlockingWait blocking;  // a pool worker lets queued items go to another
   if (milliseconds == INFINITE) {
     for (;;)
       pause();

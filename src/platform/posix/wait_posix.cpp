@@ -31,7 +31,9 @@
 #include <mutex>
 #include <new>
 
+#include "platform/posix/process_exit_posix.h"
 #include "platform/testing/wait_testing.h"
+#include "platform/thread_pool.h"
 
 namespace base::platform {
 namespace {
@@ -193,7 +195,12 @@ class ObjectTable {
     return table;
   }
 
+  // At the end of the process, pool workers may still be blocked in waits on
+  // these objects (they are not joined then), and one whose wait ends would
+  // read its objects once more: the chunks are left to the process.
   ~ObjectTable() {
+    if (ProcessIsEnding())
+      return;
     for (auto& chunk : chunks_)
       delete[] chunk.load(std::memory_order_relaxed);
   }
@@ -522,7 +529,11 @@ std::uint32_t WaitForMultipleObjects(std::uint32_t count,
   list.Register(waiter);
   const std::int64_t deadline =
       milliseconds == INFINITE ? kNever : AddHundredNs(now, std::uint64_t{milliseconds} * 10000);
-  const std::uint32_t result = Block(waiter, list, deadline);
+  std::uint32_t result;
+  {
+    ScopedBlockingWait blocking;  // a pool worker lets queued items go to another
+    result = Block(waiter, list, deadline);
+  }
   list.Unregister(result);
   return result == kTimedOut ? WAIT_TIMEOUT : WAIT_OBJECT_0 + result;
 }
