@@ -1,0 +1,36 @@
+# What the Windows build takes from the machine that cross-compiles it. There
+# is no ICU or OpenSSL here: the system does that work. Sets BASE_DEPENDENCIES.
+
+# Boost's lock headers are header-only on Windows. /usr/include itself must not
+# be on the cross include path, or glibc's headers would be found before
+# mingw's: an include folder in the build tree holds only a link to Boost.
+set(BASE_BOOST_INCLUDE ${PROJECT_BINARY_DIR}/boost-include)
+file(MAKE_DIRECTORY ${BASE_BOOST_INCLUDE})
+file(CREATE_LINK /usr/include/boost ${BASE_BOOST_INCLUDE}/boost SYMBOLIC)
+add_library(base_boost_headers INTERFACE)
+target_include_directories(base_boost_headers SYSTEM INTERFACE ${BASE_BOOST_INCLUDE})
+# Boost.Thread's own sources are not built: only its header-only locks are used.
+target_compile_definitions(base_boost_headers INTERFACE BOOST_THREAD_NO_LIB BOOST_ALL_NO_LIB)
+
+# zlib from the mingw-w64 package, linked statically.
+find_library(BASE_MINGW_ZLIB NAMES libz.a REQUIRED)
+find_path(BASE_MINGW_ZLIB_INCLUDE zlib.h REQUIRED)
+add_library(base_mingw_zlib INTERFACE)
+target_include_directories(base_mingw_zlib SYSTEM INTERFACE ${BASE_MINGW_ZLIB_INCLUDE})
+target_link_libraries(base_mingw_zlib INTERFACE ${BASE_MINGW_ZLIB})
+
+set(BASE_DEPENDENCIES base_boost_headers base_mingw_zlib)
+
+# The Windows names of <windows.h> are the W forms; min and max stay the
+# standard library's.
+add_compile_definitions(UNICODE _UNICODE WIN32_LEAN_AND_MEAN NOMINMAX)
+# Inline members of an exported class stay in the headers that define them,
+# as on ELF, so that the exported surface is the same on both systems.
+add_compile_options(-fno-keep-inline-dllexport)
+
+# Tests and the demo run under Wine, in a prefix of the build tree.
+set(CMAKE_CROSSCOMPILING_EMULATOR
+  ${PROJECT_SOURCE_DIR}/scripts/wine-run.sh ${PROJECT_BINARY_DIR}/wine-prefix)
+
+# The zip reader waits for a minizip that builds for both systems.
+list(REMOVE_ITEM BASE_SUBSYSTEMS archive)
