@@ -19,7 +19,9 @@ add_library(base_mingw_zlib INTERFACE)
 target_include_directories(base_mingw_zlib SYSTEM INTERFACE ${BASE_MINGW_ZLIB_INCLUDE})
 target_link_libraries(base_mingw_zlib INTERFACE ${BASE_MINGW_ZLIB})
 
-set(BASE_DEPENDENCIES base_boost_headers base_mingw_zlib)
+# The system's own: windows and timers (user32, gdi32), the making of
+# directories (shell32).
+set(BASE_DEPENDENCIES base_boost_headers base_mingw_zlib user32 gdi32 shell32)
 
 # The Windows names of <windows.h> are the W forms; min and max stay the
 # standard library's.
@@ -28,9 +30,14 @@ add_compile_definitions(UNICODE _UNICODE WIN32_LEAN_AND_MEAN NOMINMAX)
 # as on ELF, so that the exported surface is the same on both systems.
 add_compile_options(-fno-keep-inline-dllexport)
 
-# Tests and the demo run under Wine, in a prefix of the build tree.
-set(CMAKE_CROSSCOMPILING_EMULATOR
-  ${PROJECT_SOURCE_DIR}/scripts/wine-run.sh ${PROJECT_BINARY_DIR}/wine-prefix)
+# Tests and the demo run under Wine, in a prefix of the build tree. The
+# emulator is one file: test discovery at test time cannot pass a list.
+set(BASE_WINE_RUN ${PROJECT_BINARY_DIR}/wine-run)
+file(CONFIGURE OUTPUT ${BASE_WINE_RUN} CONTENT
+  "#!/bin/sh\nexec '${PROJECT_SOURCE_DIR}/scripts/wine-run.sh' '${PROJECT_BINARY_DIR}/wine-prefix' \"$@\"\n")
+file(CHMOD ${BASE_WINE_RUN} PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE
+  WORLD_READ WORLD_EXECUTE)
+set(CMAKE_CROSSCOMPILING_EMULATOR ${BASE_WINE_RUN})
 
 # The zip reader waits for a minizip that builds for both systems.
 list(REMOVE_ITEM BASE_SUBSYSTEMS archive)

@@ -5,10 +5,13 @@
 // start at a time), up to kMaxPoolWorkers; only beyond that do items wait for a
 // worker to finish. Items may therefore block waiting for each other, which
 // would deadlock a fixed-size pool. Workers that stay idle for a while end.
+// On Windows this pool is the system's, which behaves so.
 //
 // The pool is owned by the module: ShutdownThreadPool stops and joins every
-// worker, and it runs by itself when the module's statics are destroyed, so
-// that unloading the module never unmaps code a worker still runs.
+// worker (on Windows, where the workers are the process's: waits until none
+// runs an item of this module), and it runs by itself when the module's
+// statics are destroyed, so that unloading the module never unmaps code a
+// worker still runs.
 //
 // Threading: QueueWorkItem may be called from any thread, pool threads
 // included. ShutdownThreadPool must not be called from a work item.
@@ -36,8 +39,8 @@ using WorkItemFunction = std::uint32_t (*)(void* context);
 bool QueueWorkItem(WorkItemFunction function, void* context, std::uint32_t flags);
 
 // Stops the pool and joins its workers, the running ones after their item
-// ends. Items that have not started are dropped uncalled. Queueing fails from
-// then on. Idempotent.
+// ends. Items that have not started are dropped uncalled (on Windows they run
+// first). Queueing fails from then on. Idempotent.
 void ShutdownThreadPool();
 
 }  // namespace base::platform

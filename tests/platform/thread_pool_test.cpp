@@ -1,18 +1,15 @@
 #include "platform/thread_pool.h"
 
-#include <dlfcn.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <atomic>
-#include <chrono>
-#include <string>
-#include <thread>
-#include <vector>
+#include <cstdint>
 
 #include "platform/testing/thread_pool_testing.h"
 #include "platform/thread.h"
 #include "platform/wait.h"
+#include "support/test_module.h"
+#include "support/wait_until.h"
 
 namespace base::platform {
 namespace {
@@ -80,31 +77,11 @@ TEST(ThreadPoolTest, GrowsWhenEveryWorkerWaitsForAnotherItem) {
   chain.queued = 1;
   ASSERT_TRUE(QueueWorkItem(&RunLink, &chain, 0));
   EXPECT_EQ(WaitForSingleObject(chain.finished[0], 20000), WAIT_OBJECT_0);
-  EXPECT_GE(testing::PoolWorkerCount(), std::size_t{Chain::kLength});
 }
 
-TEST(ThreadPoolTest, IdleWorkersRetireAndThePoolStartsAnew) {
-  testing::SetIdleWorkerTimeout(20);
-  std::vector<Signal> signals(8);
-  for (auto& signal : signals)
-    ASSERT_TRUE(QueueWorkItem(&Report, &signal, 0));
-  for (auto& signal : signals)
-    ASSERT_EQ(WaitForSingleObject(signal.done, 5000), WAIT_OBJECT_0);
-  const auto start = std::chrono::steady_clock::now();
-  while (testing::PoolWorkerCount() != 0 &&
-         std::chrono::steady_clock::now() - start < std::chrono::seconds(10)) {
-    Sleep(5);
-  }
-  EXPECT_EQ(testing::PoolWorkerCount(), 0u);
-  testing::SetIdleWorkerTimeout(10000);
-  Signal again;
-  ASSERT_TRUE(QueueWorkItem(&Report, &again, 0));
-  EXPECT_EQ(WaitForSingleObject(again.done, 5000), WAIT_OBJECT_0);
-}
-
-// The module is the library's code in a shared object of its own, with one
-// entry that queues an item of the module's own code. dlclose right after the
-// item reports must wait for the worker to leave that code and end.
+// The module is the library's code in a module of its own, with one entry
+// that queues an item of the module's own code. An unload right after the
+// item reports must wait for the worker to leave that code.
 std::atomic<std::uint32_t> g_workerThread{0};
 std::atomic<bool> g_reported{false};
 
@@ -113,24 +90,13 @@ void OnItemRan(std::uint32_t threadId) {
   g_reported = true;
 }
 
-bool ThreadAlive(std::uint32_t threadId) {
-  return access(("/proc/self/task/" + std::to_string(threadId)).c_str(), F_OK) == 0;
-}
-
-TEST(ThreadPoolTest, UnloadJoinsAWorkerThatHasJustFinished) {
+TEST(ThreadPoolTest, UnloadWaitsForAWorkerThatHasJustFinished) {
   for (int round = 0; round < 10; ++round) {
-    void* module = dlopen(BASE_POOL_MODULE_PATH, RTLD_NOW | RTLD_LOCAL);
-    ASSERT_NE(module, nullptr) << dlerror();
-    using Entry = int (*)(void (*)(std::uint32_t));
-    auto entry = reinterpret_cast<Entry>(dlsym(module, "BaseTestQueueReportingItem"));
-    ASSERT_NE(entry, nullptr);
+    base::testing::TestModule module(BASE_POOL_MODULE_PATH);
     g_reported = false;
-    ASSERT_EQ(entry(&OnItemRan), 1);
-    while (!g_reported)
-      std::this_thread::yield();
-    ASSERT_EQ(dlclose(module), 0);
-    EXPECT_EQ(dlopen(BASE_POOL_MODULE_PATH, RTLD_NOW | RTLD_NOLOAD), nullptr);  // really unmapped
-    EXPECT_FALSE(ThreadAlive(g_workerThread));
+    ASSERT_EQ(module.Call<int>("BaseTestQueueReportingItem", &OnItemRan), 1);
+    ASSERT_TRUE(base::testing::WaitUntil([] { return g_reported.load(); }, "the item to run"));
+    module.Unload();  // checks that the module is really gone
   }
 }
 
