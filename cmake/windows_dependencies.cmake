@@ -12,16 +12,14 @@ target_include_directories(base_boost_headers SYSTEM INTERFACE ${BASE_BOOST_INCL
 # Boost.Thread's own sources are not built: only its header-only locks are used.
 target_compile_definitions(base_boost_headers INTERFACE BOOST_THREAD_NO_LIB BOOST_ALL_NO_LIB)
 
-# zlib from the mingw-w64 package, linked statically.
-find_library(BASE_MINGW_ZLIB NAMES libz.a REQUIRED)
-find_path(BASE_MINGW_ZLIB_INCLUDE zlib.h REQUIRED)
-add_library(base_mingw_zlib INTERFACE)
-target_include_directories(base_mingw_zlib SYSTEM INTERFACE ${BASE_MINGW_ZLIB_INCLUDE})
-target_link_libraries(base_mingw_zlib INTERFACE ${BASE_MINGW_ZLIB})
+# zlib from the mingw-w64 package, linked statically so that base.dll needs
+# no zlib1.dll beside it.
+set(ZLIB_USE_STATIC_LIBS ON)
+find_package(ZLIB REQUIRED)
 
 # The system's own: windows and timers (user32, gdi32), the making of
-# directories (shell32).
-set(BASE_DEPENDENCIES base_boost_headers base_mingw_zlib user32 gdi32 shell32)
+# directories (shell32). minizip is built from source (cmake/minizip.cmake).
+set(BASE_DEPENDENCIES base_boost_headers base_minizip ZLIB::ZLIB user32 gdi32 shell32)
 
 # The Windows names of <windows.h> are the W forms; min and max stay the
 # standard library's.
@@ -38,6 +36,3 @@ file(CONFIGURE OUTPUT ${BASE_WINE_RUN} CONTENT
 file(CHMOD ${BASE_WINE_RUN} PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE
   WORLD_READ WORLD_EXECUTE)
 set(CMAKE_CROSSCOMPILING_EMULATOR ${BASE_WINE_RUN})
-
-# The zip reader waits for a minizip that builds for both systems.
-list(REMOVE_ITEM BASE_SUBSYSTEMS archive)

@@ -7,7 +7,7 @@ packages=(
   build-essential cmake ninja-build pkg-config
   clang libclang-rt-14-dev
   libboost-thread-dev
-  libminizip-dev zlib1g-dev
+  zlib1g-dev bzip2
   libicu-dev
   libssl-dev
   libgtest-dev libgmock-dev googletest
