@@ -30,9 +30,13 @@ add_compile_options(-fno-keep-inline-dllexport)
 
 # Tests and the demo run under Wine, in a prefix of the build tree. The
 # emulator is one file: test discovery at test time cannot pass a list.
+# base.dll is found in the build tree's root, drive Z: to Wine.
 set(BASE_WINE_RUN ${PROJECT_BINARY_DIR}/wine-run)
-file(CONFIGURE OUTPUT ${BASE_WINE_RUN} CONTENT
-  "#!/bin/sh\nexec '${PROJECT_SOURCE_DIR}/scripts/wine-run.sh' '${PROJECT_BINARY_DIR}/wine-prefix' \"$@\"\n")
+string(REPLACE "/" "\\" BASE_WINE_DLL_PATH "Z:${PROJECT_BINARY_DIR}")
+file(CONFIGURE OUTPUT ${BASE_WINE_RUN} CONTENT "#!/bin/sh
+WINEPATH='${BASE_WINE_DLL_PATH}' exec '${PROJECT_SOURCE_DIR}/scripts/wine-run.sh' \
+  '${PROJECT_BINARY_DIR}/wine-prefix' \"$@\"
+")
 file(CHMOD ${BASE_WINE_RUN} PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE
   WORLD_READ WORLD_EXECUTE)
 set(CMAKE_CROSSCOMPILING_EMULATOR ${BASE_WINE_RUN})
