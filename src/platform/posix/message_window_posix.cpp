@@ -9,6 +9,7 @@
 
 #include "platform/posix/message_queue_posix.h"
 #include "platform/posix/message_thread_posix.h"
+#include "platform/testing/failure_budget.h"
 #include "platform/testing/message_window_testing.h"
 
 namespace base::platform {
@@ -19,13 +20,6 @@ namespace {
 std::atomic<unsigned> g_creationsToFail{0};
 std::atomic<unsigned> g_postsToFail{0};
 std::atomic<void (*)(WindowHandle)> g_destructionObserver{nullptr};
-
-bool TakeFailure(std::atomic<unsigned>& toFail) {
-  unsigned left = toFail.load(std::memory_order_relaxed);
-  while (left != 0 && !toFail.compare_exchange_weak(left, left - 1, std::memory_order_relaxed)) {
-  }
-  return left != 0;
-}
 
 // What kMessageCreate's lparam points to on this backend.
 struct WindowCreation {
@@ -134,7 +128,7 @@ bool RegisterWindowClass(const wchar_t* className, WindowProcedure procedure) {
 WindowHandle CreateMessageWindow(const wchar_t* className,
                                  const wchar_t* /*windowName: no window list here*/,
                                  void* creationParameter) {
-  if (TakeFailure(g_creationsToFail))
+  if (testing::TakeFailure(g_creationsToFail))
     return nullptr;
   MessageQueue* queue = className ? CurrentQueue() : nullptr;
   if (!queue)
@@ -188,7 +182,7 @@ bool PostWindowMessage(WindowHandle handle,
                        std::uint32_t message,
                        std::uintptr_t wparam,
                        std::intptr_t lparam) {
-  if (TakeFailure(g_postsToFail))
+  if (testing::TakeFailure(g_postsToFail))
     return false;
   const Found window = Find(handle);
   return window && window->queue->Post(*window, message, wparam, lparam);
