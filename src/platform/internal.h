@@ -11,7 +11,8 @@
 //   sync.h                 the critical section (counters are in base/platform.h)
 //   thread.h               the calling thread's id, sleep
 //   thread_local_slot.h    a pointer per thread, released at thread exit without
-//                          pinning the module
+//                          pinning the module (posix only: on Windows the
+//                          system keeps each thread's message queue)
 //   thread_pool.h          the elastic pool of work items, joined at unload
 //   wait.h                 events, waitable timers, waits for one or any of three
 //   (base/platform.h)      LocalAlloc/LocalFree, the heap of protected results
