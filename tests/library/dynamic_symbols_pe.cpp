@@ -11,7 +11,8 @@ namespace base::testing {
 namespace {
 
 // The export directory's place in the optional header, PE32 or PE32+.
-bool ExportDirectory(const std::vector<char>& file, std::size_t optionalHeader,
+bool ExportDirectory(const std::vector<char>& file,
+                     std::size_t optionalHeader,
                      IMAGE_DATA_DIRECTORY& exports) {
   WORD magic = 0;
   if (!ReadAt(file, optionalHeader, magic))

@@ -55,7 +55,8 @@ TEST(ThreadPoolPosixTest, UnloadEndsTheModulesWorkers) {
   base::testing::TestModule module(BASE_POOL_MODULE_PATH);
   g_workerThread = 0;
   ASSERT_EQ(module.Call<int>("BaseTestQueueReportingItem", &OnItemRan), 1);
-  ASSERT_TRUE(base::testing::WaitUntil([] { return g_workerThread.load() != 0; }, "the item to run"));
+  ASSERT_TRUE(
+      base::testing::WaitUntil([] { return g_workerThread.load() != 0; }, "the item to run"));
   module.Unload();
   EXPECT_FALSE(ThreadAlive(g_workerThread));
 }
