@@ -4,13 +4,12 @@
 // OutputDirectory turns its root into a full path of the "\\?\" form, so that
 // below the root every name is taken literally: no length limit of 260, no
 // device names (an entry "CON" is a file), no trailing dots or spaces
-// dropped. It walks below the root one component at a time and holds a
-// handle of each directory on the way, opened without following a reparse
-// point (a symbolic link or a junction) and without sharing deletion. A
-// reparse point below the root therefore ends the walk instead of redirecting
-// it, and while the handles are held no other process can rename or replace
-// the directories that were checked, so the full paths built on them keep
-// meaning what was checked.
+// dropped. Names with a colon, which would name a stream, are refused. It walks below the root one
+// component at a time and holds a handle of each directory on the way, opened without following a
+// reparse point (a symbolic link or a junction) and without sharing deletion. A reparse point below
+// the root therefore ends the walk instead of redirecting it, and while the handles are held no
+// other process can rename or replace the directories that were checked, so the full paths built on
+// them keep meaning what was checked.
 #include "platform/files.h"
 
 #include <windows.h>
@@ -66,6 +65,12 @@ std::vector<std::string_view> SplitPath(std::string_view path) {
     begin = end + 1;
   }
   return parts;
+}
+
+// A colon in a name would open a stream of the file before it, or read as a
+// drive: such a name is refused rather than taken for something else.
+bool IsPlainName(std::string_view name) {
+  return name.find(':') == std::string_view::npos;
 }
 
 // The caller's root as a full path, without a final separator (a drive's root
@@ -234,6 +239,8 @@ struct OutputDirectory::State {
     if (kept < count)
       Truncate(kept);
     for (std::size_t i = kept; i < count; ++i) {
+      if (!IsPlainName(parts[i]))
+        return false;
       std::wstring path = PathAt(i) + L'\\' + Widen(parts[i]);
       HANDLE directory = OpenDirectory(path, true);
       if (directory == INVALID_HANDLE_VALUE && create && !PathExists(path)) {
@@ -276,7 +283,8 @@ NativeFile OutputDirectory::CreateNewFile(std::string_view relative) {
   if (relative.empty() || IsSeparator(relative.back()))
     return kInvalidFile;
   const std::vector<std::string_view> parts = SplitPath(relative);
-  if (parts.empty() || !state_->OpenRoot(false) || !state_->Descend(parts, parts.size() - 1, false))
+  if (parts.empty() || !IsPlainName(parts.back()) || !state_->OpenRoot(false) ||
+      !state_->Descend(parts, parts.size() - 1, false))
     return kInvalidFile;
   const std::wstring path = state_->PathAt(parts.size() - 1) + L'\\' + Widen(parts.back());
   auto create = [&] {
