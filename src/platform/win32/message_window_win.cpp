@@ -11,22 +11,16 @@
 
 #include <windows.h>
 
-#include <atomic>
 #include <string>
 #include <vector>
 
-#include "platform/testing/failure_budget.h"
-#include "platform/testing/message_window_testing.h"
+#include "platform/message_window_controls.h"
 #include "platform/win32/window_timers_win.h"
 
 extern "C" IMAGE_DOS_HEADER __ImageBase;
 
 namespace base::platform {
 namespace {
-
-std::atomic<unsigned> g_creationsToFail{0};
-std::atomic<unsigned> g_postsToFail{0};
-std::atomic<void (*)(WindowHandle)> g_destructionObserver{nullptr};
 
 // Word 0 is pointer-sized: on 32-bit Windows the 4 bytes of SetWindowLongW,
 // on 64-bit the 8 that a pointer needs, through the ...Ptr forms.
@@ -86,7 +80,7 @@ bool RegisterWindowClass(const wchar_t* className, WindowProcedure procedure) {
 WindowHandle CreateMessageWindow(const wchar_t* className,
                                  const wchar_t* windowName,
                                  void* creationParameter) {
-  if (testing::TakeFailure(g_creationsToFail) || !className)
+  if (controls::TakeCreationFailure() || !className)
     return nullptr;
   const HWND window = CreateWindowExW(0, className, windowName, 0, 0, 0, 100, 100, HWND_MESSAGE,
                                       nullptr, ModuleInstance(), creationParameter);
@@ -105,8 +99,7 @@ bool DestroyMessageWindow(WindowHandle window) {
   // Checked first so that the observer sees only destructions that happen.
   if (!IsWindow(system) || GetWindowThreadProcessId(system, nullptr) != GetCurrentThreadId())
     return false;
-  if (const auto observer = g_destructionObserver.load(std::memory_order_relaxed))
-    observer(window);
+  controls::ReportDestruction(window);
   if (!DestroyWindow(system))
     return false;
   win32::ForgetWindowTimers(system);
@@ -132,7 +125,7 @@ bool PostWindowMessage(WindowHandle window,
                        std::uint32_t message,
                        std::uintptr_t wparam,
                        std::intptr_t lparam) {
-  if (testing::TakeFailure(g_postsToFail))
+  if (controls::TakePostFailure())
     return false;
   return PostMessageW(ToSystem(window), message, wparam, lparam) != FALSE;
 }
@@ -149,19 +142,4 @@ bool KillWindowTimer(WindowHandle window, std::uintptr_t id) {
   return KillTimer(ToSystem(window), id) != FALSE;
 }
 
-namespace testing {
-
-void FailWindowCreations(unsigned count) {
-  g_creationsToFail.store(count, std::memory_order_relaxed);
-}
-
-void FailWindowPosts(unsigned count) {
-  g_postsToFail.store(count, std::memory_order_relaxed);
-}
-
-void ObserveWindowDestruction(void (*observer)(WindowHandle window)) {
-  g_destructionObserver.store(observer, std::memory_order_relaxed);
-}
-
-}  // namespace testing
 }  // namespace base::platform
