@@ -1,8 +1,7 @@
 // The example host: first the binary message format on its own, then a host
 // that uses the whole library the way a desktop client's main program does.
 //
-//   demo [seconds]    runs the host for `seconds` (default 3); on a terminal,
-//                     Enter ends it early.
+//   demo [seconds]    runs the host for `seconds` (default 3).
 #include <cstdio>
 #include <cstdlib>
 

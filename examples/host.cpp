@@ -8,9 +8,6 @@
 // management.
 #include "host.h"
 
-#include <poll.h>
-#include <unistd.h>
-
 #include <atomic>
 #include <chrono>
 #include <cstdarg>
@@ -99,15 +96,6 @@ void ShowProgress(void*, void*) {
       g_counters.decoded.load());
 }
 
-// Scheduler timer, main thread: a key on a terminal ends the run early.
-void WatchKeyboard(void*, void*) {
-  pollfd input{STDIN_FILENO, POLLIN, 0};
-  if (poll(&input, 1, 0) == 1) {
-    Say("main", "key pressed: leaving the message loop");
-    base::QuitMessageLoop();
-  }
-}
-
 void EndOfRun(void*, void*) {
   Say("main", "time is up: leaving the message loop");
   base::QuitMessageLoop();
@@ -192,8 +180,6 @@ int RunHost(unsigned seconds) {
   SetInterval(400, &DeliverMessage, nullptr, nullptr);
   SetInterval(1000, &ShowProgress, nullptr, nullptr);
   SetTimeout(seconds * 1000, &EndOfRun, nullptr, nullptr);
-  if (isatty(STDIN_FILENO))
-    SetInterval(100, &WatchKeyboard, nullptr, nullptr);
   Say("main", "scheduler timers set: a message every 400 ms, progress every second");
   if (!OrvThread::InitThreadManagement() || g_inbox.arrived == nullptr)
     return 1;
@@ -211,9 +197,8 @@ int RunHost(unsigned seconds) {
         OrvThread::PostThreadTask(MakeMethod([name, handle] { ReadMessages(name, handle); })));
   }
   tasks.emplace_back(OrvThread::PostThreadTask(MakeMethod(&SleepForEver)));
-  Say("main", "posted %zu tasks (ids %u to %u); running the message loop for %u s%s", tasks.size(),
-      tasks.front()->GetId(), tasks.back()->GetId(), seconds,
-      isatty(STDIN_FILENO) ? " (Enter ends it early)" : "");
+  Say("main", "posted %zu tasks (ids %u to %u); running the message loop for %u s", tasks.size(),
+      tasks.front()->GetId(), tasks.back()->GetId(), seconds);
 
   base::RunMessageLoop();
 
@@ -228,7 +213,6 @@ int RunHost(unsigned seconds) {
 
   EraseTimerCallback(&DeliverMessage, nullptr);
   EraseTimerCallback(&ShowProgress, nullptr);
-  EraseTimerCallback(&WatchKeyboard, nullptr);
   GlobalHandleCloseHandle(g_inboxHandle);
   CloseHandle(g_inbox.arrived);
   Say("main", "done: %u messages delivered, %u decoded", g_counters.delivered.load(),

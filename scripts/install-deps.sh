@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs the Debian 12 packages that building, testing, benchmarking and
-# fuzzing the library need. Does nothing when they are all present.
+# fuzzing the library need, on Linux and for Windows (mingw-w64, Wine). Does nothing when they are all present.
 set -euo pipefail
 
 packages=(
@@ -12,6 +12,7 @@ packages=(
   libssl-dev
   libgtest-dev libgmock-dev googletest
   libbenchmark-dev libprotobuf-dev protobuf-compiler
+  mingw-w64 g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix libz-mingw-w64-dev wine64
 )
 
 missing=()

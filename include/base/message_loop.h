@@ -1,11 +1,13 @@
-// The message loop of a posix host.
+// The message loop of a host, the same calls on Windows and Linux.
 //
 // The library's timers and main-thread callbacks run on hidden message windows
-// owned by the thread that first used them (the host's main thread). On
-// Windows the host's own message loop dispatches them. On Linux that thread
-// must dispatch them through one of the calls below: either let RunMessageLoop
-// be its loop, or call PumpMessages from the loop it already has (GLib, Qt,
-// libuv, asio...) whenever MessageLoopFd becomes readable.
+// owned by the thread that first used them (the host's main thread), and that
+// thread must dispatch their messages. On Windows any message loop of the
+// thread does (GetMessageW/DispatchMessageW, a framework's), and the calls
+// below are that loop for hosts without one. On Linux the thread dispatches
+// through these calls only: either let RunMessageLoop be its loop, or call
+// PumpMessages from the loop it already has (GLib, Qt, libuv, asio...)
+// whenever MessageLoopFd becomes readable.
 //
 // Threading: every call concerns the calling thread's own queue, made at the
 // thread's first use of it. Windows, messages and timers of other threads are
@@ -41,6 +43,7 @@ BASE_EXPORT void QuitMessageLoop();
 // the next call. Returns how many messages it dispatched.
 BASE_EXPORT unsigned PumpMessages(unsigned timeoutMs);
 
+#if !defined(_WIN32)
 // A descriptor that polls readable while the calling thread has messages or
 // due timers, for a host loop to watch (POLLIN, level-triggered). When it is
 // readable, call PumpMessages(0) on this thread; do not read from it. It may
@@ -48,6 +51,7 @@ BASE_EXPORT unsigned PumpMessages(unsigned timeoutMs);
 // Owned by the library and valid until the thread ends; -1 if the system
 // could give no descriptor.
 BASE_EXPORT int MessageLoopFd();
+#endif
 
 }  // namespace base
 

@@ -11,7 +11,12 @@
 #define BASE_PLATFORM_H_
 
 #if defined(_WIN32)
+// The host's own <windows.h>, with whatever WIN32_LEAN_AND_MEAN or NOMINMAX it
+// chose. The library's headers call no macro-shadowed name such as min or max.
 #include <windows.h>
+// DATA_BLOB, even when the host leans <windows.h> down; it needs <windows.h>
+// first.
+#include <wincrypt.h>
 #else
 
 #include <cstddef>

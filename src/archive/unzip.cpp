@@ -108,7 +108,7 @@ bool UnpackCurrentEntry(unzFile zip, platform::OutputDirectory& out) {
   const std::string_view parent = ParentOf(relative);
   if (!out.Exists(parent) && !out.CreateDirectories(parent))
     return false;
-  const platform::NativeFile file = out.CreateFile(relative);
+  const platform::NativeFile file = out.CreateNewFile(relative);
   if (file == platform::kInvalidFile)
     return false;
   return CopyCurrentEntry(zip, file, info.uncompressed_size);

@@ -8,8 +8,12 @@
 
 namespace base::platform {
 
-// Monotonic milliseconds plus the test offset, truncated to 32 bits.
+// The system's tick plus the test shift of testing/clock_testing.h.
 std::uint32_t TickCount();
+
+// The system's own tick, without the shift: monotonic milliseconds truncated
+// to 32 bits. Each backend provides it.
+std::uint32_t SystemTickCount();
 
 }  // namespace base::platform
 

@@ -86,8 +86,9 @@ class OutputDirectory {
   // that must exist. An existing file or link of that name is removed first
   // and never written to, so that a hard or symbolic link cannot carry the
   // write elsewhere. A path that ends in a separator names no file and fails.
-  // Returns kInvalidFile on failure; the caller closes the result.
-  NativeFile CreateFile(std::string_view relative);
+  // Returns kInvalidFile on failure; the caller closes the result. (Not
+  // called CreateFile: <windows.h> makes that name a macro.)
+  NativeFile CreateNewFile(std::string_view relative);
 
  private:
   struct State;

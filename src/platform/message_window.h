@@ -27,11 +27,20 @@ namespace base::platform {
 struct WindowTag;
 using WindowHandle = WindowTag*;
 
+// Procedures use the system's calling convention, so that the Windows
+// backend registers them as they are: on 32-bit Windows a procedure without it
+// would be called with the wrong stack discipline.
+#if defined(_WIN32)
+#define BASE_WINDOW_CALL __stdcall
+#else
+#define BASE_WINDOW_CALL
+#endif
+
 // Result, then (window, message, first and second parameter).
-using WindowProcedure = std::intptr_t (*)(WindowHandle window,
-                                          std::uint32_t message,
-                                          std::uintptr_t wparam,
-                                          std::intptr_t lparam);
+using WindowProcedure = std::intptr_t(BASE_WINDOW_CALL*)(WindowHandle window,
+                                                         std::uint32_t message,
+                                                         std::uintptr_t wparam,
+                                                         std::intptr_t lparam);
 
 // Messages of the system. Numbers below kMessageUser are the system's;
 // a window class may use kMessageUser and above for its own.

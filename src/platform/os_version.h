@@ -10,7 +10,12 @@ namespace base::platform {
 
 // Stores the major version in `major` and returns true, or returns false and
 // leaves `major` untouched when the query fails.
+// The test override of testing/os_version_testing.h applies.
 bool QueryOsMajorVersion(std::uint32_t& major);
+
+// The system's own answer, with the same contract and without the override.
+// Each backend provides it.
+bool QuerySystemOsMajorVersion(std::uint32_t& major);
 
 }  // namespace base::platform
 

@@ -13,19 +13,27 @@
 
 namespace base::platform {
 
+// The system's own lock, held by value so that a section costs no allocation.
+#if defined(_WIN32)
+using NativeCriticalSection = CRITICAL_SECTION;
+#else
+using NativeCriticalSection = std::recursive_mutex;
+#endif
+
 // Construction initialises the section and destruction deletes it; deleting a
 // section that a thread still holds is the caller's fault, as on Windows.
 class CriticalSection {
  public:
-  CriticalSection() = default;
+  CriticalSection();
   CriticalSection(const CriticalSection&) = delete;
   CriticalSection& operator=(const CriticalSection&) = delete;
+  ~CriticalSection();
 
-  void Enter() { mutex_.lock(); }
-  void Leave() { mutex_.unlock(); }
+  void Enter();
+  void Leave();
 
  private:
-  std::recursive_mutex mutex_;
+  NativeCriticalSection section_;
 };
 
 // Holds a section for a scope, so that an exception (an allocation that fails

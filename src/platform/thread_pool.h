@@ -6,12 +6,14 @@
 // queued items at once, up to kMaxPoolWorkers; and while items wait and none
 // has been taken for a while, the pool adds a worker by itself, for blocking
 // it cannot see (a lock of the caller's, I/O). Idle workers beyond the core
-// count end after a while.
+// count end after a while. On Windows this pool is the system's, which
+// behaves so.
 //
 // The pool is owned by the module: at unload it stops and joins every worker
 // before the module's statics go, so that unloading never unmaps code a
-// worker still runs. At the end of the process it joins nothing: a worker
-// blocked for good does not keep the process alive.
+// worker still runs (on Windows, where the workers are the process's: it waits
+// until none runs an item of this module). At the end of the process it joins
+// nothing: a worker blocked for good does not keep the process alive.
 //
 // Threading: QueueWorkItem may be called from any thread, pool threads
 // included. ShutdownThreadPool must not be called from a work item.
@@ -40,24 +42,9 @@ using WorkItemFunction = std::uint32_t (*)(void* context);
 [[nodiscard]] bool QueueWorkItem(WorkItemFunction function, void* context, std::uint32_t flags);
 
 // Stops the pool and joins its workers, the running ones after their item
-// ends. Items that have not started are dropped uncalled. Queueing fails from
-// then on. Idempotent.
+// ends. Items that have not started are dropped uncalled (on Windows they run
+// first). Queueing fails from then on. Idempotent.
 void ShutdownThreadPool();
-
-// Brackets a wait that may block the calling thread. On a pool thread inside
-// an item, the pool counts the worker as blocked for the scope, so queued
-// items do not wait for it. Elsewhere it does nothing. Wrap only the part that
-// really sleeps: a poll that returns at once gains nothing from it.
-void EnterBlockingWait();
-void LeaveBlockingWait();
-
-class ScopedBlockingWait {
- public:
-  ScopedBlockingWait() { EnterBlockingWait(); }
-  ScopedBlockingWait(const ScopedBlockingWait&) = delete;
-  ScopedBlockingWait& operator=(const ScopedBlockingWait&) = delete;
-  ~ScopedBlockingWait() { LeaveBlockingWait(); }
-};
 
 }  // namespace base::platform
 

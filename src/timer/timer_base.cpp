@@ -68,10 +68,10 @@ void CTimerBase::MakeWindow() {
   window_ = platform::CreateMessageWindow(kClassName, kWindowName, this);
 }
 
-std::intptr_t CTimerBase::WindowProcedure(platform::WindowHandle window,
-                                          std::uint32_t message,
-                                          std::uintptr_t wparam,
-                                          std::intptr_t lparam) {
+std::intptr_t BASE_WINDOW_CALL CTimerBase::WindowProcedure(platform::WindowHandle window,
+                                                           std::uint32_t message,
+                                                           std::uintptr_t wparam,
+                                                           std::intptr_t lparam) {
   switch (message) {
     case platform::kMessageCreate:
       platform::SetWindowWord0(

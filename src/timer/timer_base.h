@@ -51,10 +51,10 @@ class CTimerBase {
   void MakeWindow();
 
  private:
-  static std::intptr_t WindowProcedure(platform::WindowHandle window,
-                                       std::uint32_t message,
-                                       std::uintptr_t wparam,
-                                       std::intptr_t lparam);
+  static std::intptr_t BASE_WINDOW_CALL WindowProcedure(platform::WindowHandle window,
+                                                        std::uint32_t message,
+                                                        std::uintptr_t wparam,
+                                                        std::intptr_t lparam);
   void RunAsyncBatch();
 
   platform::WindowHandle window_ = nullptr;

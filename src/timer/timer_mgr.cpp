@@ -28,10 +28,10 @@ std::int32_t TicksBetween(std::uint32_t earlier, std::uint32_t later) {
 }
 
 // Any timer message, whatever its id, is a tick of the one manager.
-std::intptr_t TimerWindowProcedure(platform::WindowHandle window,
-                                   std::uint32_t message,
-                                   std::uintptr_t wparam,
-                                   std::intptr_t lparam) {
+std::intptr_t BASE_WINDOW_CALL TimerWindowProcedure(platform::WindowHandle window,
+                                                    std::uint32_t message,
+                                                    std::uintptr_t wparam,
+                                                    std::intptr_t lparam) {
   if (message != platform::kMessageTimer)
     return platform::DefaultWindowProcedure(window, message, wparam, lparam);
   if (TimerMgr* manager = TimerMgr::Instance())

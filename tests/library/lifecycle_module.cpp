@@ -11,6 +11,7 @@
 #include "base/timer.h"
 #include "platform/testing/exit_table_testing.h"
 #include "platform/testing/message_window_testing.h"
+#include "support/module_entry.h"
 #include "timer/scheduler.h"
 
 namespace {
@@ -28,37 +29,35 @@ void Never(void*, void*) {}
 
 }  // namespace
 
-#define MODULE_ENTRY extern "C" __attribute__((visibility("default")))
-
-MODULE_ENTRY unsigned BaseTestExitTableEntries() {
+BASE_TEST_MODULE_ENTRY unsigned BaseTestExitTableEntries() {
   return base::platform::testing::ExitTableEntriesAdded();
 }
 
 // Reports each timer window that the unload destroys, by its owner.
-MODULE_ENTRY void BaseTestReportTeardown(Report report) {
+BASE_TEST_MODULE_ENTRY void BaseTestReportTeardown(Report report) {
   g_report = report;
   base::platform::testing::ObserveWindowDestruction(&OnWindowDestroyed);
 }
 
-MODULE_ENTRY void BaseTestStartCallbackTimers() {
+BASE_TEST_MODULE_ENTRY void BaseTestStartCallbackTimers() {
   InitTimeCallback();
 }
 
-MODULE_ENTRY void BaseTestStartScheduler() {
+BASE_TEST_MODULE_ENTRY void BaseTestStartScheduler() {
   SetInterval(1000, &Never, nullptr, nullptr);
   g_schedulerWindow = base::GetScheduler()->window();
 }
 
-MODULE_ENTRY void BaseTestAddExitCallbacks(ExitCallBackFunc callback) {
+BASE_TEST_MODULE_ENTRY void BaseTestAddExitCallbacks(ExitCallBackFunc callback) {
   AddExitCallBack(callback, nullptr);
   AddExitSaveDataCallBack(callback, nullptr);
 }
 
-MODULE_ENTRY const int* BaseTestCodePageMap(int codePage) {
+BASE_TEST_MODULE_ENTRY const int* BaseTestCodePageMap(int codePage) {
   return XmlText::Encoding::GetCPMap(codePage);
 }
 
-MODULE_ENTRY unsigned BaseTestFirstHandle() {
+BASE_TEST_MODULE_ENTRY unsigned BaseTestFirstHandle() {
   static int object;
   unsigned handle = 0;
   GlobalHandleAllocateHandle(&object, &handle);
@@ -67,7 +66,7 @@ MODULE_ENTRY unsigned BaseTestFirstHandle() {
 
 // Runs one task to its end and stops task management, as a host does before
 // it unloads the library; returns the task's id.
-MODULE_ENTRY std::uint32_t BaseTestRunOneTask() {
+BASE_TEST_MODULE_ENTRY std::uint32_t BaseTestRunOneTask() {
   OrvThread::InitThreadManagement();
   OrvThread::ThreadTaskPtr task = OrvThread::PostThreadTask(MakeMethod([] {}));
   task->Join();

@@ -14,7 +14,7 @@ TEST(ClockTest, ShiftedTickWrapsAndRunsOn) {
   EXPECT_LT(before - 0xFFFFFFF0u, 1000u);
 
   testing::AdvanceTickCount(0x20);
-  const std::uint32_t after = GetTickCount();
+  const std::uint32_t after = TickCount();
   // Past the wrap the raw value is small, yet the difference is what passed.
   EXPECT_LT(after, 0x1000u);
   EXPECT_GE(after - before, 0x20u);
@@ -30,7 +30,6 @@ TEST(ClockTest, FrozenTickStandsStillUntilSetOrReset) {
   testing::FreezeTickCount(0xFFFFFFFFu);
   EXPECT_EQ(TickCount(), 0xFFFFFFFFu);
   testing::AdvanceTickCount(2);
-  EXPECT_EQ(GetTickCount(), 1u);
   EXPECT_EQ(TickCount(), 1u);
 
   testing::SetTickCount(100);  // runs again from 100

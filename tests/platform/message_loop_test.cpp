@@ -1,7 +1,6 @@
 #include "base/message_loop.h"
 
 #include <gtest/gtest.h>
-#include <poll.h>
 
 #include <atomic>
 #include <chrono>
@@ -23,11 +22,6 @@ using platform::test::Recorder;
 using Clock = std::chrono::steady_clock;
 
 constexpr std::uint32_t kPing = kMessageUser + 1;
-
-bool Readable(int fd, int timeoutMs) {
-  pollfd p{fd, POLLIN, 0};
-  return poll(&p, 1, timeoutMs) == 1;
-}
 
 TEST(MessageLoopTest, PostersAndATimerSetterWhileTheOwnerRuns) {
   constexpr int kPosters = 4;
@@ -104,42 +98,6 @@ TEST(MessageLoopTest, PumpWaitsForTheFirstMessageOrTimeout) {
   EXPECT_GE(Clock::now() - start, std::chrono::milliseconds(20));
   EXPECT_LT(Clock::now() - start, std::chrono::seconds(5));
   EXPECT_EQ(recorder.seen.back(), (Delivery{kMessageTimer, 3}));
-  EXPECT_TRUE(platform::DestroyMessageWindow(window));
-}
-
-TEST(MessageLoopTest, DescriptorTellsAHostLoopWhenToPump) {
-  Recorder recorder;
-  const WindowHandle window = MakeRecordingWindow(recorder);
-  const int fd = MessageLoopFd();
-  ASSERT_GE(fd, 0);
-  EXPECT_EQ(MessageLoopFd(), fd);
-  EXPECT_FALSE(Readable(fd, 0));
-
-  std::thread([=] { platform::PostWindowMessage(window, kPing, 1, 0); }).join();
-  EXPECT_TRUE(Readable(fd, 0));
-  EXPECT_EQ(PumpMessages(0), 1u);
-  EXPECT_FALSE(Readable(fd, 0));
-
-  // Stays readable for what a pass leaves behind.
-  recorder.onMessage = [](WindowHandle w, std::uint32_t message, std::uintptr_t wparam) {
-    if (message == kPing && wparam == 1)
-      platform::PostWindowMessage(w, kPing, 2, 0);
-  };
-  platform::PostWindowMessage(window, kPing, 1, 0);
-  EXPECT_EQ(PumpMessages(0), 1u);
-  EXPECT_TRUE(Readable(fd, 0));
-  EXPECT_EQ(PumpMessages(0), 1u);
-  EXPECT_FALSE(Readable(fd, 0));
-
-  // A timer makes it readable when it comes due, without anyone pumping.
-  platform::SetWindowTimer(window, 4, 15);
-  EXPECT_FALSE(Readable(fd, 0));
-  EXPECT_TRUE(Readable(fd, 10000));
-  EXPECT_EQ(PumpMessages(0), 1u);
-  EXPECT_EQ(recorder.seen.back(), (Delivery{kMessageTimer, 4}));
-  platform::KillWindowTimer(window, 4);
-  EXPECT_EQ(PumpMessages(0), 0u);
-  EXPECT_FALSE(Readable(fd, 0));
   EXPECT_TRUE(platform::DestroyMessageWindow(window));
 }
 

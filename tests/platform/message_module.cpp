@@ -20,10 +20,10 @@ Report g_report = nullptr;
 int g_delivered = 0;
 bool g_sawDestroy = false;
 
-std::intptr_t Procedure(WindowHandle window,
-                        std::uint32_t message,
-                        std::uintptr_t wparam,
-                        std::intptr_t lparam) {
+std::intptr_t BASE_WINDOW_CALL Procedure(WindowHandle window,
+                                         std::uint32_t message,
+                                         std::uintptr_t wparam,
+                                         std::intptr_t lparam) {
   if (message == kMessageUser || message == kMessageTimer)
     ++g_delivered;
   if (message == kMessageDestroy)

@@ -22,14 +22,17 @@ struct Recorder {
   std::function<void(WindowHandle, std::uint32_t, std::uintptr_t)> onMessage;
 };
 
-inline std::intptr_t RecordingProcedure(WindowHandle window,
-                                        std::uint32_t message,
-                                        std::uintptr_t wparam,
-                                        std::intptr_t lparam) {
+inline std::intptr_t BASE_WINDOW_CALL RecordingProcedure(WindowHandle window,
+                                                         std::uint32_t message,
+                                                         std::uintptr_t wparam,
+                                                         std::intptr_t lparam) {
   if (message == kMessageCreate)
     SetWindowWord0(window, reinterpret_cast<std::intptr_t>(CreationParameter(lparam)));
   auto* recorder = reinterpret_cast<Recorder*>(GetWindowWord0(window));
-  if (!recorder)
+  // The system sends a window more than the messages the library knows.
+  const bool known = message == kMessageCreate || message == kMessageDestroy ||
+                     message == kMessageTimer || message >= kMessageUser;
+  if (!recorder || !known)
     return DefaultWindowProcedure(window, message, wparam, lparam);
   recorder->seen.push_back({message, wparam});
   if (recorder->onMessage)

@@ -9,6 +9,7 @@
 #include "message_test_support.h"
 #include "platform/testing/clock_testing.h"
 #include "platform/testing/message_window_testing.h"
+#include "support/under_wine.h"
 
 namespace base::platform {
 namespace {
@@ -57,10 +58,10 @@ TEST(MessageWindowTest, LifecycleMessagesAndTheWindowWord) {
 
 int g_refusedDestroys = 0;
 
-std::intptr_t RefusingProcedure(WindowHandle,
-                                std::uint32_t message,
-                                std::uintptr_t,
-                                std::intptr_t) {
+std::intptr_t BASE_WINDOW_CALL RefusingProcedure(WindowHandle,
+                                                 std::uint32_t message,
+                                                 std::uintptr_t,
+                                                 std::intptr_t) {
   if (message == kMessageDestroy)
     ++g_refusedDestroys;
   return message == kMessageCreate ? -1 : 0;
@@ -75,7 +76,10 @@ TEST(MessageWindowTest, ClassesAndRefusedCreation) {
   // its destruction.
   const int destroysBefore = g_refusedDestroys;
   EXPECT_EQ(CreateMessageWindow(L"refusing", L"", nullptr), nullptr);
-  EXPECT_EQ(g_refusedDestroys, destroysBefore + 1);
+  // Wine 8 removes a window refused in WM_CREATE without sending it
+  // WM_DESTROY, which Windows sends.
+  if (!base::testing::UnderWine())
+    EXPECT_EQ(g_refusedDestroys, destroysBefore + 1);
 }
 
 TEST(MessageWindowTest, TestControlsFailCreationsAndPosts) {
@@ -233,8 +237,11 @@ TEST(MessageWindowTest, WindowsDieWithTheirThread) {
     window = MakeRecordingWindow(recorder);
     PostWindowMessage(window, kPing, 0, 0);
   }).join();
-  EXPECT_EQ(recorder.seen.back(), (Delivery{kMessageDestroy, 0}));
+  // Whether the procedure hears of it is the system's affair: the posix
+  // backend destroys the windows as their owner would, Windows removes them
+  // without a message, since their thread can no longer run one.
   EXPECT_FALSE(PostWindowMessage(window, kPing, 0, 0));
+  EXPECT_EQ(GetWindowWord0(window), 0);
 }
 
 }  // namespace

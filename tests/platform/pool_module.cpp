@@ -4,6 +4,7 @@
 
 #include "platform/thread.h"
 #include "platform/thread_pool.h"
+#include "support/module_entry.h"
 
 namespace {
 
@@ -16,6 +17,6 @@ std::uint32_t ReportThread(void* context) {
 
 }  // namespace
 
-extern "C" __attribute__((visibility("default"))) int BaseTestQueueReportingItem(Report report) {
+BASE_TEST_MODULE_ENTRY int BaseTestQueueReportingItem(Report report) {
   return base::platform::QueueWorkItem(&ReportThread, reinterpret_cast<void*>(report), 0) ? 1 : 0;
 }

@@ -1,13 +1,20 @@
 # Compiles src/platform/internal.h, every header it includes and every
-# posix-private helper it lists, each alone in a translation unit of its own:
-# a header that is missing, or that needs another included before it, fails
-# the build.
+# private helper it lists for this platform, each alone in a translation unit
+# of its own: a header that is missing, or that needs another included before
+# it, fails the build.
 set(internal_header ${PROJECT_SOURCE_DIR}/src/platform/internal.h)
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${internal_header})
 file(STRINGS ${internal_header} listed REGEX "^#include \"platform/[a-z_]+\\.h\"")
 list(TRANSFORM listed REPLACE "^#include \"platform/([a-z_]+\\.h)\"" "\\1")
-file(STRINGS ${internal_header} private REGEX "^//   posix/[a-z_]+_posix\\.h ")
-list(TRANSFORM private REPLACE "^//   (posix/[a-z_]+_posix\\.h) .*" "\\1")
+if(WIN32)
+  set(backend win32)
+  set(suffix win)
+else()
+  set(backend posix)
+  set(suffix posix)
+endif()
+file(STRINGS ${internal_header} private REGEX "^//   ${backend}/[a-z_]+_${suffix}\\.h ")
+list(TRANSFORM private REPLACE "^//   (${backend}/[a-z_]+_${suffix}\\.h) .*" "\\1")
 if(NOT listed OR NOT private)
   message(FATAL_ERROR "src/platform/internal.h lists no headers")
 endif()

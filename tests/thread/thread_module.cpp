@@ -7,13 +7,12 @@
 #include "base/thread_task.h"
 #include "platform/testing/os_version_testing.h"
 #include "platform/thread.h"
+#include "support/module_entry.h"
 #include "thread/thread_management.h"
-
-#define MODULE_ENTRY extern "C" __attribute__((visibility("default")))
 
 // Makes the manager with the OS reporting `major` (negative: a failed query)
 // and gives back the pool flags it chose.
-MODULE_ENTRY std::uint32_t BaseTestQueueFlagsFor(int major) {
+BASE_TEST_MODULE_ENTRY std::uint32_t BaseTestQueueFlagsFor(int major) {
   if (major < 0)
     base::platform::testing::FailOsVersionQuery();
   else
@@ -25,7 +24,7 @@ MODULE_ENTRY std::uint32_t BaseTestQueueFlagsFor(int major) {
 
 // The ids of the first two tasks of this load. Stops task management before
 // it returns, as a host must before it unloads the library.
-MODULE_ENTRY void BaseTestFirstIds(std::uint32_t* first, std::uint32_t* second) {
+BASE_TEST_MODULE_ENTRY void BaseTestFirstIds(std::uint32_t* first, std::uint32_t* second) {
   OrvThread::InitThreadManagement();
   OrvThread::ThreadTaskPtr a = OrvThread::PostThreadTask(Method<void()>());
   OrvThread::ThreadTaskPtr b = OrvThread::PostThreadTask(Method<void()>());
@@ -58,7 +57,7 @@ class SleepingTarget : public MethodTarget {
 // Posts `count` tasks and drops them, stops them all and returns. A task, and
 // its delegate with it, may be freed on its worker after the stop has seen the
 // end of the run.
-MODULE_ENTRY void BaseTestPostAndStop(int count, void (*onFreed)()) {
+BASE_TEST_MODULE_ENTRY void BaseTestPostAndStop(int count, void (*onFreed)()) {
   OrvThread::InitThreadManagement();
   for (int i = 0; i < count; ++i)
     OrvThread::PostThreadTask(Method<void()>(new SleepingTarget(onFreed)));

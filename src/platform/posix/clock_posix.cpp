@@ -2,20 +2,11 @@
 
 #include <time.h>
 
-#include <atomic>
-
 #include "base/platform.h"
-#include "platform/testing/clock_testing.h"
 
 namespace base::platform {
-namespace {
 
-// Added to the monotonic milliseconds; only tests change it.
-std::atomic<std::uint32_t> g_offset{0};
-// Set by tests that need a tick that stands still; g_offset is then the tick.
-std::atomic<bool> g_frozen{false};
-
-std::uint32_t MonotonicMilliseconds() {
+std::uint32_t SystemTickCount() {
   timespec now;
   clock_gettime(CLOCK_MONOTONIC, &now);
   const std::uint64_t ms = static_cast<std::uint64_t>(now.tv_sec) * 1000u +
@@ -23,39 +14,10 @@ std::uint32_t MonotonicMilliseconds() {
   return static_cast<std::uint32_t>(ms);
 }
 
-}  // namespace
-
-std::uint32_t TickCount() {
-  const std::uint32_t offset = g_offset.load(std::memory_order_relaxed);
-  if (g_frozen.load(std::memory_order_relaxed))
-    return offset;
-  return MonotonicMilliseconds() + offset;
-}
-
-namespace testing {
-
-void SetTickCount(std::uint32_t tick) {
-  g_frozen.store(false, std::memory_order_relaxed);
-  g_offset.store(tick - MonotonicMilliseconds(), std::memory_order_relaxed);
-}
-
-void FreezeTickCount(std::uint32_t tick) {
-  g_offset.store(tick, std::memory_order_relaxed);
-  g_frozen.store(true, std::memory_order_relaxed);
-}
-
-void AdvanceTickCount(std::uint32_t milliseconds) {
-  g_offset.fetch_add(milliseconds, std::memory_order_relaxed);
-}
-
-void ResetTickCount() {
-  g_frozen.store(false, std::memory_order_relaxed);
-  g_offset.store(0, std::memory_order_relaxed);
-}
-
-}  // namespace testing
 }  // namespace base::platform
 
+// The host's tick is the library's, test shift included, so that hosts and
+// tests see the same time as the timers.
 extern "C" DWORD GetTickCount(void) {
   return base::platform::TickCount();
 }

@@ -204,7 +204,7 @@ bool OutputDirectory::CreateDirectories(std::string_view relative) {
   return state_->OpenRoot(true) && state_->Descend(parts, parts.size(), true) >= 0;
 }
 
-NativeFile OutputDirectory::CreateFile(std::string_view relative) {
+NativeFile OutputDirectory::CreateNewFile(std::string_view relative) {
   if (relative.empty() || IsSeparator(relative.back()))
     return kInvalidFile;
   const std::vector<std::string_view> parts = SplitPath(relative);

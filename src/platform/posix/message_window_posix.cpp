@@ -7,25 +7,12 @@
 #include <string>
 #include <unordered_map>
 
+#include "platform/message_window_controls.h"
 #include "platform/posix/message_queue_posix.h"
 #include "platform/posix/message_thread_posix.h"
-#include "platform/testing/message_window_testing.h"
 
 namespace base::platform {
 namespace {
-
-// What tests have asked for: failures (each call that fails takes one), and
-// an observer of destructions.
-std::atomic<unsigned> g_creationsToFail{0};
-std::atomic<unsigned> g_postsToFail{0};
-std::atomic<void (*)(WindowHandle)> g_destructionObserver{nullptr};
-
-bool TakeFailure(std::atomic<unsigned>& toFail) {
-  unsigned left = toFail.load(std::memory_order_relaxed);
-  while (left != 0 && !toFail.compare_exchange_weak(left, left - 1, std::memory_order_relaxed)) {
-  }
-  return left != 0;
-}
 
 // What kMessageCreate's lparam points to on this backend.
 struct WindowCreation {
@@ -134,7 +121,7 @@ bool RegisterWindowClass(const wchar_t* className, WindowProcedure procedure) {
 WindowHandle CreateMessageWindow(const wchar_t* className,
                                  const wchar_t* /*windowName: no window list here*/,
                                  void* creationParameter) {
-  if (TakeFailure(g_creationsToFail))
+  if (controls::TakeCreationFailure())
     return nullptr;
   MessageQueue* queue = className ? CurrentQueue() : nullptr;
   if (!queue)
@@ -163,8 +150,7 @@ bool DestroyMessageWindow(WindowHandle handle) {
   if (!window || window->queue.get() != CurrentQueueIfAny() || window->destroying)
     return false;
   window->destroying = true;
-  if (const auto observer = g_destructionObserver.load(std::memory_order_relaxed))
-    observer(handle);
+  controls::ReportDestruction(handle);
   FinishDestruction finish(*window);
   window->procedure(handle, kMessageDestroy, 0, 0);
   return true;
@@ -188,7 +174,7 @@ bool PostWindowMessage(WindowHandle handle,
                        std::uint32_t message,
                        std::uintptr_t wparam,
                        std::intptr_t lparam) {
-  if (TakeFailure(g_postsToFail))
+  if (controls::TakePostFailure())
     return false;
   const Found window = Find(handle);
   return window && window->queue->Post(*window, message, wparam, lparam);
@@ -204,19 +190,4 @@ bool KillWindowTimer(WindowHandle handle, std::uintptr_t id) {
   return window && window->queue->KillTimer(*window, id);
 }
 
-namespace testing {
-
-void FailWindowCreations(unsigned count) {
-  g_creationsToFail.store(count, std::memory_order_relaxed);
-}
-
-void FailWindowPosts(unsigned count) {
-  g_postsToFail.store(count, std::memory_order_relaxed);
-}
-
-void ObserveWindowDestruction(void (*observer)(WindowHandle window)) {
-  g_destructionObserver.store(observer, std::memory_order_relaxed);
-}
-
-}  // namespace testing
 }  // namespace base::platform

@@ -51,6 +51,7 @@
 #include <vector>
 
 #include "platform/exit_table.h"
+#include "platform/posix/blocking_wait_posix.h"
 #include "platform/posix/process_exit_posix.h"
 #include "platform/testing/thread_pool_testing.h"
 #include "platform/wait.h"

@@ -7,7 +7,7 @@
 #include <cerrno>
 
 #include "base/platform.h"
-#include "platform/thread_pool.h"
+#include "platform/posix/blocking_wait_posix.h"
 
 namespace base::platform {
 

@@ -33,7 +33,7 @@
 
 #include "platform/posix/process_exit_posix.h"
 #include "platform/testing/wait_testing.h"
-#include "platform/thread_pool.h"
+#include "platform/posix/blocking_wait_posix.h"
 
 namespace base::platform {
 namespace {

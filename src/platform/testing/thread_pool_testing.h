@@ -9,6 +9,10 @@ namespace base::platform::testing {
 
 // Makes the next QueueWorkItem refuse its item, once.
 void FailNextWorkItem();
+
+// The rest concerns the posix pool's own workers; the system pool on Windows
+// has no such controls.
+
 // How long a worker beyond the core count stays idle before it ends; the
 // default is 2 seconds.
 void SetIdleWorkerTimeout(std::uint32_t milliseconds);

@@ -13,7 +13,7 @@ std::uint64_t WaitableTimersCreated();
 // Makes the next CreateEvent fail (return 0), once.
 void FailNextEventCreation();
 // How many waits are registered with the open object `handle` right now; 0
-// for a handle that is not open. Lets a test act only once a thread is really
+// for a handle that is not open. Posix only: the system keeps no such count. Lets a test act only once a thread is really
 // inside its wait, instead of sleeping and hoping.
 unsigned WaitersOf(HANDLE handle);
 

@@ -1,38 +1,16 @@
 #include "dynamic_symbols.h"
 
-#include <cxxabi.h>
 #include <elf.h>
 
-#include <cstdlib>
 #include <cstring>
-#include <fstream>
-#include <iterator>
 #include <vector>
 
+#include "symbol_file.h"
+
 namespace base::testing {
-namespace {
-
-std::string Demangle(const char* name) {
-  int status = 0;
-  char* plain = abi::__cxa_demangle(name, nullptr, nullptr, &status);
-  std::string result = status == 0 && plain ? plain : name;
-  std::free(plain);
-  return result;
-}
-
-template <typename T>
-bool ReadAt(const std::vector<char>& file, std::size_t offset, T& out) {
-  if (offset > file.size() || file.size() - offset < sizeof(T))
-    return false;
-  std::memcpy(&out, file.data() + offset, sizeof(T));
-  return true;
-}
-
-}  // namespace
 
 std::set<std::string> ExportedSymbols(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  const std::vector<char> file((std::istreambuf_iterator<char>(in)), {});
+  const std::vector<char> file = ReadWholeFile(path);
   std::set<std::string> names;
   Elf64_Ehdr header;
   if (!ReadAt(file, 0, header) || std::memcmp(header.e_ident, ELFMAG, SELFMAG) != 0 ||
@@ -53,11 +31,9 @@ std::set<std::string> ExportedSymbols(const std::string& path) {
           (binding != STB_GLOBAL && binding != STB_WEAK) || symbol.st_name >= strings.sh_size ||
           strings.sh_offset + symbol.st_name >= file.size())
         continue;
-      const std::size_t offset = strings.sh_offset + symbol.st_name;
-      const std::string name(file.data() + offset,
-                             strnlen(file.data() + offset, file.size() - offset));
+      const std::string name = NameAt(file, strings.sh_offset + symbol.st_name);
       if (!name.empty())
-        names.insert(Demangle(name.c_str()));
+        names.insert(Demangle(name));
     }
   }
   return names;

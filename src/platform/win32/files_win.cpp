@@ -1,0 +1,310 @@
+// Files under UTF-8 paths on Windows: the bytes become UTF-16 through
+// MultiByteToWideChar(CP_UTF8), and the system's file calls do the rest.
+//
+// OutputDirectory turns its root into a full path of the "\\?\" form, so that
+// below the root every name is taken literally: no length limit of 260, no
+// device names (an entry "CON" is a file), no trailing dots or spaces
+// dropped. Names with a colon, which would name a stream, are refused. It walks below the root one
+// component at a time and holds a handle of each directory on the way, opened without following a
+// reparse point (a symbolic link or a junction) and without sharing deletion. A reparse point below
+// the root therefore ends the walk instead of redirecting it, and while the handles are held no
+// other process can rename or replace the directories that were checked, so the full paths built on
+// them keep meaning what was checked.
+#include "platform/files.h"
+
+#include <windows.h>
+// After <windows.h>, which it needs.
+#include <shlobj.h>
+
+#include <algorithm>
+#include <atomic>
+#include <climits>
+#include <vector>
+
+#include "platform/testing/files_testing.h"
+
+namespace base::platform {
+namespace {
+
+std::atomic<bool> g_failWrites{false};
+
+// ReadFile and WriteFile count in DWORDs; larger requests go in pieces.
+constexpr std::size_t kLargestTransfer = 1u << 30;
+
+HANDLE ToSystem(NativeFile file) {
+  return reinterpret_cast<HANDLE>(file);
+}
+
+std::wstring Widen(std::string_view utf8) {
+  if (utf8.empty() || utf8.size() > INT_MAX)
+    return std::wstring();
+  const int length = static_cast<int>(utf8.size());
+  const int units = MultiByteToWideChar(CP_UTF8, 0, utf8.data(), length, nullptr, 0);
+  std::wstring wide(static_cast<std::size_t>(units), L'\0');
+  if (units > 0)
+    MultiByteToWideChar(CP_UTF8, 0, utf8.data(), length, wide.data(), units);
+  return wide;
+}
+
+bool IsSeparator(char c) {
+  return c == '/' || c == '\\';
+}
+
+// The non-empty components of a relative path. "." names the directory it is
+// in, which a "\\?\" path would not resolve, so it is left out here.
+std::vector<std::string_view> SplitPath(std::string_view path) {
+  std::vector<std::string_view> parts;
+  std::size_t begin = 0;
+  while (begin < path.size()) {
+    std::size_t end = begin;
+    while (end < path.size() && !IsSeparator(path[end]))
+      ++end;
+    const std::string_view part = path.substr(begin, end - begin);
+    if (!part.empty() && part != ".")
+      parts.push_back(part);
+    begin = end + 1;
+  }
+  return parts;
+}
+
+// A colon in a name would open a stream of the file before it, or read as a
+// drive: such a name is refused rather than taken for something else.
+bool IsPlainName(std::string_view name) {
+  return name.find(':') == std::string_view::npos;
+}
+
+// The caller's root as a full path, without a final separator (a drive's root
+// keeps its own).
+std::wstring FullPath(const std::string& root) {
+  const std::wstring wide = Widen(root.empty() ? std::string(".") : root);
+  const DWORD size = GetFullPathNameW(wide.c_str(), 0, nullptr, nullptr);
+  if (size == 0)
+    return std::wstring();
+  std::wstring full(size, L'\0');
+  const DWORD written = GetFullPathNameW(wide.c_str(), size, full.data(), nullptr);
+  full.resize(written);
+  while (full.size() > 3 && full.back() == L'\\')
+    full.pop_back();
+  return full;
+}
+
+// "C:\dir" as "\\?\C:\dir", "\\server\share" as "\\?\UNC\server\share".
+std::wstring Literal(const std::wstring& full) {
+  if (full.rfind(L"\\\\?\\", 0) == 0)
+    return full;
+  if (full.rfind(L"\\\\", 0) == 0)
+    return L"\\\\?\\UNC\\" + full.substr(2);
+  return L"\\\\?\\" + full;
+}
+
+// A handle that pins a directory: its attributes may be read, nothing else,
+// and nobody may rename or delete it while the handle is open. With
+// `literalLink`, a reparse point is opened as itself and refused.
+HANDLE OpenDirectory(const std::wstring& path, bool literalLink) {
+  const DWORD flags = FILE_FLAG_BACKUP_SEMANTICS | (literalLink ? FILE_FLAG_OPEN_REPARSE_POINT : 0);
+  const HANDLE directory =
+      CreateFileW(path.c_str(), FILE_READ_ATTRIBUTES, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                  OPEN_EXISTING, flags, nullptr);
+  if (directory == INVALID_HANDLE_VALUE)
+    return directory;
+  BY_HANDLE_FILE_INFORMATION info;
+  const bool isPlainDirectory = GetFileInformationByHandle(directory, &info) &&
+                                (info.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) &&
+                                !(info.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT);
+  if (!isPlainDirectory) {
+    CloseHandle(directory);
+    return INVALID_HANDLE_VALUE;
+  }
+  return directory;
+}
+
+// What PathFileExistsW answers, without its library: the attributes of the
+// last name itself, so a link there counts as something wherever it points.
+bool PathExists(const std::wstring& path) {
+  return GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES;
+}
+
+void CloseDirectory(HANDLE directory) {
+  if (directory != INVALID_HANDLE_VALUE)
+    CloseHandle(directory);
+}
+
+}  // namespace
+
+NativeFile OpenFile(const std::string& path, FileAccess access, FileCreation creation) {
+  const DWORD desired = access == FileAccess::kRead ? GENERIC_READ : GENERIC_READ | GENERIC_WRITE;
+  const DWORD disposition = creation == FileCreation::kCreateAlways ? CREATE_ALWAYS : OPEN_EXISTING;
+  const HANDLE file = CreateFileW(Widen(path).c_str(), desired, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                                  nullptr, disposition, 0, nullptr);
+  return reinterpret_cast<NativeFile>(file);
+}
+
+std::int64_t ReadFileAt(NativeFile file, void* buffer, std::size_t size, std::uint64_t offset) {
+  if (offset > static_cast<std::uint64_t>(INT64_MAX))
+    return -1;
+  OVERLAPPED at = {};
+  at.Offset = static_cast<DWORD>(offset);
+  at.OffsetHigh = static_cast<DWORD>(offset >> 32);
+  DWORD read = 0;
+  if (ReadFile(ToSystem(file), buffer, static_cast<DWORD>(std::min(size, kLargestTransfer)), &read,
+               &at))
+    return read;
+  return GetLastError() == ERROR_HANDLE_EOF ? 0 : -1;
+}
+
+bool WriteFileAt(NativeFile file, const void* data, std::size_t size, std::uint64_t offset) {
+  if (g_failWrites.load(std::memory_order_relaxed))
+    return false;
+  const char* bytes = static_cast<const char*>(data);
+  while (size > 0) {
+    if (offset > static_cast<std::uint64_t>(INT64_MAX))
+      return false;
+    OVERLAPPED at = {};
+    at.Offset = static_cast<DWORD>(offset);
+    at.OffsetHigh = static_cast<DWORD>(offset >> 32);
+    DWORD written = 0;
+    if (!WriteFile(ToSystem(file), bytes, static_cast<DWORD>(std::min(size, kLargestTransfer)),
+                   &written, &at) ||
+        written == 0)
+      return false;
+    bytes += written;
+    size -= written;
+    offset += written;
+  }
+  return true;
+}
+
+std::int64_t FileSize(NativeFile file) {
+  LARGE_INTEGER size;
+  return GetFileSizeEx(ToSystem(file), &size) ? size.QuadPart : -1;
+}
+
+void CloseFile(NativeFile file) {
+  if (file != kInvalidFile)
+    CloseHandle(ToSystem(file));
+}
+
+struct OutputDirectory::State {
+  std::string root;
+  std::wstring rootPath;  // "\\?\" form; empty until the root is opened
+  HANDLE rootHandle = INVALID_HANDLE_VALUE;
+  // The directories below the root that the last walk went through, outermost
+  // first, with the full path and a pinning handle of each.
+  std::vector<std::string> names;
+  std::vector<std::wstring> paths;
+  std::vector<HANDLE> handles;
+
+  ~State() {
+    Truncate(0);
+    CloseDirectory(rootHandle);
+  }
+
+  void Truncate(std::size_t depth) {
+    while (handles.size() > depth) {
+      CloseDirectory(handles.back());
+      handles.pop_back();
+      paths.pop_back();
+      names.pop_back();
+    }
+  }
+
+  // The root is the caller's: links in it are followed, and it is made with
+  // its missing parents the way the shell makes directories.
+  bool OpenRoot(bool create) {
+    if (rootHandle != INVALID_HANDLE_VALUE)
+      return true;
+    const std::wstring full = FullPath(root);
+    if (full.empty())
+      return false;
+    if (create && !PathExists(full))
+      SHCreateDirectoryExW(nullptr, full.c_str(), nullptr);
+    rootPath = Literal(full);
+    rootHandle = OpenDirectory(rootPath, false);
+    return rootHandle != INVALID_HANDLE_VALUE;
+  }
+
+  const std::wstring& PathAt(std::size_t depth) const {
+    return depth == 0 ? rootPath : paths[depth - 1];
+  }
+
+  // Whether the directory of the first `count` of `parts` could be reached.
+  // Reuses what the last walk opened; with `create`, makes missing
+  // directories on the way.
+  bool Descend(const std::vector<std::string_view>& parts, std::size_t count, bool create) {
+    std::size_t kept = 0;
+    while (kept < count && kept < names.size() && names[kept] == parts[kept])
+      ++kept;
+    // Deeper directories of the last walk stay open while this one ends above
+    // them: checking a parent must not cost reopening its children.
+    if (kept < count)
+      Truncate(kept);
+    for (std::size_t i = kept; i < count; ++i) {
+      if (!IsPlainName(parts[i]))
+        return false;
+      std::wstring path = PathAt(i) + L'\\' + Widen(parts[i]);
+      HANDLE directory = OpenDirectory(path, true);
+      if (directory == INVALID_HANDLE_VALUE && create && !PathExists(path)) {
+        if (CreateDirectoryW(path.c_str(), nullptr) || GetLastError() == ERROR_ALREADY_EXISTS)
+          directory = OpenDirectory(path, true);
+      }
+      if (directory == INVALID_HANDLE_VALUE)
+        return false;
+      handles.push_back(directory);
+      paths.push_back(std::move(path));
+      names.emplace_back(parts[i]);
+    }
+    return true;
+  }
+};
+
+OutputDirectory::OutputDirectory(const std::string& root) : state_(std::make_unique<State>()) {
+  state_->root = root;
+}
+
+OutputDirectory::~OutputDirectory() = default;
+
+bool OutputDirectory::Exists(std::string_view relative) {
+  const std::vector<std::string_view> parts = SplitPath(relative);
+  if (!state_->OpenRoot(false))
+    return false;
+  if (parts.empty())
+    return true;
+  if (!state_->Descend(parts, parts.size() - 1, false))
+    return false;
+  return PathExists(state_->PathAt(parts.size() - 1) + L'\\' + Widen(parts.back()));
+}
+
+bool OutputDirectory::CreateDirectories(std::string_view relative) {
+  const std::vector<std::string_view> parts = SplitPath(relative);
+  return state_->OpenRoot(true) && state_->Descend(parts, parts.size(), true);
+}
+
+NativeFile OutputDirectory::CreateNewFile(std::string_view relative) {
+  if (relative.empty() || IsSeparator(relative.back()))
+    return kInvalidFile;
+  const std::vector<std::string_view> parts = SplitPath(relative);
+  if (parts.empty() || !IsPlainName(parts.back()) || !state_->OpenRoot(false) ||
+      !state_->Descend(parts, parts.size() - 1, false))
+    return kInvalidFile;
+  const std::wstring path = state_->PathAt(parts.size() - 1) + L'\\' + Widen(parts.back());
+  auto create = [&] {
+    return CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                       CREATE_NEW, FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
+  };
+  HANDLE file = create();
+  // Replace, never reuse: deleting drops a link or a hard-linked name without
+  // touching what it points to. A directory of that name stays and fails.
+  if (file == INVALID_HANDLE_VALUE && GetLastError() == ERROR_FILE_EXISTS &&
+      DeleteFileW(path.c_str()))
+    file = create();
+  return reinterpret_cast<NativeFile>(file);
+}
+
+namespace testing {
+
+void FailFileWrites(bool fail) {
+  g_failWrites.store(fail, std::memory_order_relaxed);
+}
+
+}  // namespace testing
+}  // namespace base::platform
