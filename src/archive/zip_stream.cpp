@@ -32,6 +32,10 @@ struct ZipStream {
   std::uint32_t error;
   std::uint64_t position;
   std::uint64_t end;  // where a seek to the end lands; kWholeFile for the file's size
+  // Where a read last found the end of the data. minizip reads a long field a
+  // byte at a time, past the end of a cut file too: without this, each of those
+  // bytes would cost a system call.
+  std::uint64_t dataEnd;
   Window windows[2];
   int recent;  // the window that served the last read
 };
@@ -51,16 +55,27 @@ Window* WindowAt(ZipStream* s, std::uint64_t position) {
   return nullptr;
 }
 
+// Reads up to `size` bytes at `position`: the count, 0 at the end of the
+// data, -1 on error (which is recorded).
+std::int64_t ReadAt(ZipStream* s, void* out, std::size_t size, std::uint64_t position) {
+  if (position >= s->dataEnd)
+    return 0;
+  const std::int64_t n = platform::ReadFileAt(s->file, out, size, position);
+  if (n < 0)
+    s->error = 1;
+  if (n == 0)
+    s->dataEnd = position;
+  return n;
+}
+
 // Loads the window that was not used last at `position`. Null at the end of
-// the file or on error (which is recorded).
+// the file or on error.
 Window* Refill(ZipStream* s, std::uint64_t position) {
   s->recent ^= 1;
   Window& w = s->windows[s->recent];
-  const std::int64_t n = platform::ReadFileAt(s->file, w.bytes, kWindowSize, position);
+  const std::int64_t n = ReadAt(s, w.bytes, kWindowSize, position);
   w.start = position;
   w.length = n > 0 ? static_cast<std::size_t>(n) : 0;
-  if (n < 0)
-    s->error = 1;
   return n > 0 ? &w : nullptr;
 }
 
@@ -72,9 +87,7 @@ uLong ZCALLBACK ReadStream(voidpf, voidpf stream, void* buffer, uLong size) {
     const uLong wanted = size - done;
     Window* w = WindowAt(s, s->position);
     if (w == nullptr && wanted >= kWindowSize) {
-      const std::int64_t n = platform::ReadFileAt(s->file, out + done, wanted, s->position);
-      if (n < 0)
-        s->error = 1;
+      const std::int64_t n = ReadAt(s, out + done, wanted, s->position);
       if (n <= 0)
         break;
       done += static_cast<uLong>(n);
@@ -95,6 +108,7 @@ uLong ZCALLBACK ReadStream(voidpf, voidpf stream, void* buffer, uLong size) {
 uLong ZCALLBACK WriteStream(voidpf, voidpf stream, const void* data, uLong size) {
   ZipStream* s = AsStream(stream);
   s->windows[0].length = s->windows[1].length = 0;
+  s->dataEnd = kWholeFile;
   if (!platform::WriteFileAt(s->file, data, size, s->position)) {
     s->error = 1;
     return 0;
@@ -191,6 +205,7 @@ voidpf ZCALLBACK OpenZipStream(voidpf opaque, const void* path, int mode) {
   s->error = 0;
   s->position = 0;
   s->end = opaque != nullptr ? *static_cast<const std::uint64_t*>(opaque) : kWholeFile;
+  s->dataEnd = kWholeFile;
   s->windows[0].start = s->windows[1].start = 0;
   s->windows[0].length = s->windows[1].length = 0;
   s->recent = 0;
