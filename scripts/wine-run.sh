@@ -7,16 +7,18 @@ export WINEPREFIX="$1"
 shift
 export WINEDEBUG=-all
 export WINEDLLOVERRIDES="mscoree,mshtml=d;winemenubuilder.exe=d"
-# A new prefix takes many seconds to make; tests started at once wait for the
-# one that makes it instead of each making their own.
-if [[ ! -f "$WINEPREFIX/system.reg" ]]; then
-  mkdir -p "$WINEPREFIX"
-  (
-    flock 9
-    [[ -f "$WINEPREFIX/system.reg" ]] || /usr/lib/wine/wine64 wineboot --init >/dev/null 2>&1
-  ) 9>"$WINEPREFIX.lock"
-fi
-# One server outlives the single run, so that the tests of a suite do not each
-# pay its start; it ends by itself a minute after the last client.
-/usr/lib/wine/wineserver -p60 2>/dev/null || true # fails when one is running already
+# The first run makes the prefix (many seconds) and every run after a quiet
+# minute starts a server; both happen once, under a lock, for tests started at
+# once. The server and the prefix's services are started here with their output
+# and the lock closed: a daemon that inherited this run's output would keep
+# open the pipe of whoever reads it (ctest), which then waits for the daemon
+# to end. One server outlives the single run, so that the tests of a suite do
+# not each pay its start; it ends by itself a minute after the last client.
+mkdir -p "$WINEPREFIX"
+(
+  flock 9
+  if /usr/lib/wine/wineserver -p60 </dev/null >/dev/null 2>&1 9>&-; then
+    /usr/lib/wine/wine64 wineboot --init </dev/null >/dev/null 2>&1 9>&-
+  fi
+) 9>"$WINEPREFIX.lock"
 exec /usr/lib/wine/wine64 "$@"
