@@ -28,8 +28,8 @@ namespace base::platform {
 // The most workers alive at one time, and so the most items running at once.
 constexpr std::size_t kMaxPoolWorkers = 500;
 
-// The hint that an item runs long. Every item may block in this pool, so the
-// flag is accepted and changes nothing.
+// The hint that an item runs long. Every item may block in the posix pool,
+// where the flag changes nothing; Windows passes it on to the system pool.
 constexpr std::uint32_t kWorkItemLongFunction = 0x10;
 
 using WorkItemFunction = std::uint32_t (*)(void* context);

@@ -1,12 +1,20 @@
 // Work items go to the system's thread pool, which grows when its threads
 // block, as the library's tasks require. The pool's threads belong to the
-// process, so an unload cannot join them; instead the module counts its items
-// from queueing to their end, and its unload waits until none is left, so
-// that FreeLibrary never unmaps code a worker still runs.
+// process, so an unload cannot join them. Instead every item is a member of
+// the module's cleanup group, and the unload waits for the group's members:
+// the system counts an item done only once its callback has returned into the
+// pool, so FreeLibrary never unmaps code that a worker is still in.
 //
-// The trap: at process end the system has already killed the other threads
-// when the module's statics go, so an item may stay counted for ever; the
-// wait is skipped then, as nothing is left to unmap under a live thread.
+// The trap: a count kept by the items themselves cannot give that. The item
+// that signals "none left" still returns through this module's code after the
+// signal, and an unload woken by it unmapped that code under it (seen under
+// load as a fault executing in the freed module). So this uses the pool API
+// with callback environments rather than QueueUserWorkItem, and needs
+// Windows Vista or later.
+//
+// The second trap: at process end the system has already killed the other
+// threads when the module's statics go, so an item may never be counted done;
+// the wait is skipped then, as nothing is left to unmap under a live thread.
 #include "platform/thread_pool.h"
 
 #include <atomic>
@@ -27,71 +35,66 @@ bool ProcessIsEnding() {
   return query != nullptr && query();
 }
 
-// The module's items that are queued or running.
-class ItemsInFlight {
- public:
-  static ItemsInFlight& Instance() {
-    static ItemsInFlight items;
-    return items;
-  }
-
-  ItemsInFlight() : none_(::CreateEventW(nullptr, TRUE, TRUE, nullptr)) {
-    ::InitializeCriticalSection(&lock_);
-  }
-  ItemsInFlight(const ItemsInFlight&) = delete;
-  ItemsInFlight& operator=(const ItemsInFlight&) = delete;
-  ~ItemsInFlight() {
-    Shutdown();
-    ::CloseHandle(none_);
-    ::DeleteCriticalSection(&lock_);
-  }
-
-  // False once shut down, or if the count cannot be kept.
-  bool Enter() {
-    ::EnterCriticalSection(&lock_);
-    const bool open = !shutDown_ && none_ != nullptr;
-    if (open && count_++ == 0)
-      ::ResetEvent(none_);
-    ::LeaveCriticalSection(&lock_);
-    return open;
-  }
-
-  void Leave() {
-    ::EnterCriticalSection(&lock_);
-    if (--count_ == 0)
-      ::SetEvent(none_);
-    ::LeaveCriticalSection(&lock_);
-  }
-
-  void Shutdown() {
-    ::EnterCriticalSection(&lock_);
-    shutDown_ = true;
-    ::LeaveCriticalSection(&lock_);
-    if (none_ != nullptr && !ProcessIsEnding())
-      ::WaitForSingleObject(none_, INFINITE);
-  }
-
- private:
-  CRITICAL_SECTION lock_;
-  HANDLE none_;
-  unsigned count_ = 0;
-  bool shutDown_ = false;
-};
-
 struct WorkItem {
   WorkItemFunction function;
   void* context;
 };
 
-// The system calls back with its own calling convention (stdcall on 32-bit
-// Windows), which a plain WorkItemFunction does not have.
-DWORD WINAPI RunWorkItem(void* parameter) {
+void CALLBACK RunWorkItem(PTP_CALLBACK_INSTANCE, void* parameter) {
   const WorkItem item = *static_cast<WorkItem*>(parameter);
   delete static_cast<WorkItem*>(parameter);
   item.function(item.context);
-  ItemsInFlight::Instance().Leave();  // the last step that touches the module
-  return 0;
 }
+
+// The module's share of the system pool: one cleanup group, and an
+// environment for short items and one for items that run long.
+class ModuleItems {
+ public:
+  static ModuleItems& Instance() {
+    static ModuleItems items;
+    return items;
+  }
+
+  ModuleItems() : group_(::CreateThreadpoolCleanupGroup()) {
+    ::InitializeThreadpoolEnvironment(&shortItems_);
+    ::InitializeThreadpoolEnvironment(&longItems_);
+    ::SetThreadpoolCallbackRunsLong(&longItems_);
+    if (group_ != nullptr) {
+      ::SetThreadpoolCallbackCleanupGroup(&shortItems_, group_, nullptr);
+      ::SetThreadpoolCallbackCleanupGroup(&longItems_, group_, nullptr);
+    }
+  }
+  ModuleItems(const ModuleItems&) = delete;
+  ModuleItems& operator=(const ModuleItems&) = delete;
+  ~ModuleItems() {
+    Shutdown();
+    ::DestroyThreadpoolEnvironment(&shortItems_);
+    ::DestroyThreadpoolEnvironment(&longItems_);
+    if (group_ != nullptr)
+      ::CloseThreadpoolCleanupGroup(group_);
+  }
+
+  // False once shut down, or when the group could not be made.
+  bool Submit(WorkItem* item, bool runsLong) {
+    if (group_ == nullptr || shutDown_.load())
+      return false;
+    return ::TrySubmitThreadpoolCallback(&RunWorkItem, item, runsLong ? &longItems_ : &shortItems_) != FALSE;
+  }
+
+  // Items that have not started still run: a cleanup group cancels only
+  // callbacks it can free, and an item's WorkItem is freed by its run.
+  void Shutdown() {
+    if (shutDown_.exchange(true) || group_ == nullptr || ProcessIsEnding())
+      return;
+    ::CloseThreadpoolCleanupGroupMembers(group_, FALSE, nullptr);
+  }
+
+ private:
+  PTP_CLEANUP_GROUP group_;
+  TP_CALLBACK_ENVIRON shortItems_;
+  TP_CALLBACK_ENVIRON longItems_;
+  std::atomic<bool> shutDown_{false};
+};
 
 }  // namespace
 
@@ -101,13 +104,7 @@ bool QueueWorkItem(WorkItemFunction function, void* context, std::uint32_t flags
   auto* item = new (std::nothrow) WorkItem{function, context};
   if (item == nullptr)
     return false;
-  ItemsInFlight& inFlight = ItemsInFlight::Instance();
-  if (!inFlight.Enter()) {
-    delete item;
-    return false;
-  }
-  if (!::QueueUserWorkItem(&RunWorkItem, item, flags)) {
-    inFlight.Leave();
+  if (!ModuleItems::Instance().Submit(item, (flags & kWorkItemLongFunction) != 0)) {
     delete item;
     return false;
   }
@@ -115,7 +112,7 @@ bool QueueWorkItem(WorkItemFunction function, void* context, std::uint32_t flags
 }
 
 void ShutdownThreadPool() {
-  ItemsInFlight::Instance().Shutdown();
+  ModuleItems::Instance().Shutdown();
 }
 
 namespace testing {
