@@ -64,26 +64,26 @@ unzFile OpenArchive(const std::string& archive) {
 // check (the CRC).
 bool CopyCurrentEntry(unzFile zip, platform::NativeFile file, ZPOS64_T expected) {
   unsigned char buffer[kCopyBufferSize];
-  bool read_error = false;
-  bool write_error = false;
+  bool readError = false;
+  bool writeError = false;
   std::uint64_t written = 0;
   for (;;) {
     const int n = unzReadCurrentFile(zip, buffer, sizeof buffer);
     if (n < 0) {
-      read_error = true;
+      readError = true;
       break;
     }
     if (n == 0)
       break;
     if (!platform::WriteFileAt(file, buffer, static_cast<std::size_t>(n), written)) {
-      write_error = true;
+      writeError = true;
       break;
     }
     written += static_cast<std::uint64_t>(n);
   }
   platform::CloseFile(file);
   const int closed = unzCloseCurrentFile(zip);
-  return !read_error && closed == UNZ_OK && !write_error && written == expected;
+  return !readError && closed == UNZ_OK && !writeError && written == expected;
 }
 
 bool UnpackCurrentEntry(unzFile zip, platform::OutputDirectory& out) {

@@ -49,21 +49,21 @@ bool BuildCodePageTables(int page) {
   tables.byteMaps[page] = nullptr;
 
   // Negative pages become numbers no platform knows.
-  const auto platform_page = static_cast<std::uint32_t>(page);
+  const auto platformPage = static_cast<std::uint32_t>(page);
   platform::CodePageInfo info;
-  if (!platform::QueryCodePageInfo(platform_page, info) || info.max_char_size > 2)
+  if (!platform::QueryCodePageInfo(platformPage, info) || info.maxCharSize > 2)
     return false;
   auto* map = static_cast<int*>(std::malloc(kMapEntries * sizeof(int)));
   if (!map)
     return false;
   tables.byteMaps[page] = map;
-  tables.defaultChars[page] = info.unicode_default_char;
+  tables.defaultChars[page] = info.unicodeDefaultChar;
 
   for (int byte = 0; byte < kMapEntries; ++byte)
     map[byte] = XmlText::Encoding::kInvalidByte;
-  if (info.max_char_size > 1)
-    MarkLeadBytes(info.lead_bytes, map);
-  ConvertSingleBytes(platform_page, map);
+  if (info.maxCharSize > 1)
+    MarkLeadBytes(info.leadBytes, map);
+  ConvertSingleBytes(platformPage, map);
   return true;
 }
 

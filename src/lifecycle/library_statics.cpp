@@ -24,6 +24,6 @@ std::uint16_t scratchChar = 0;
 
 namespace OrvThread {
 
-CurrentTaskMap currentTaskMap;
+CurrentTaskMap g_currentTaskMap;
 
 }  // namespace OrvThread

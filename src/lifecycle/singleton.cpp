@@ -13,16 +13,16 @@ namespace {
 // callers serialise first use), and the teardown runs from the exit table at
 // the moment the first singleton registered, not among the static objects.
 SingletonRegistry* g_registry = nullptr;
-bool g_tearing_down = false;
+bool g_tearingDown = false;
 
 class TearDownScope {
  public:
   // Never nested: TearDown forgets the registry before it opens a scope.
   TearDownScope() {
-    BASE_DCHECK(!g_tearing_down);
-    g_tearing_down = true;
+    BASE_DCHECK(!g_tearingDown);
+    g_tearingDown = true;
   }
-  ~TearDownScope() { g_tearing_down = false; }
+  ~TearDownScope() { g_tearingDown = false; }
   TearDownScope(const TearDownScope&) = delete;
   TearDownScope& operator=(const TearDownScope&) = delete;
 };
@@ -50,7 +50,7 @@ void SingletonRegistry::TearDown() {
 }
 
 bool SingletonRegistry::IsTearingDown() {
-  return g_tearing_down;
+  return g_tearingDown;
 }
 
 void SingletonRegistry::Insert(const SingletonEntry& entry) {

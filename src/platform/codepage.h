@@ -17,10 +17,10 @@ constexpr int kLeadByteCells = 12;
 
 struct CodePageInfo {
   // Longest character of the page, in bytes.
-  std::uint32_t max_char_size = 0;
-  std::uint8_t lead_bytes[kLeadByteCells] = {};
+  std::uint32_t maxCharSize = 0;
+  std::uint8_t leadBytes[kLeadByteCells] = {};
   // The character that stands for what the page cannot convert.
-  std::uint16_t unicode_default_char = 0;
+  std::uint16_t unicodeDefaultChar = 0;
 };
 
 // Fills `info` for `page` and returns true, or returns false when the page is

@@ -34,9 +34,9 @@ class CurrentTaskMap {
   void EraseCurrentTask();
 
  private:
-  std::map<std::uint32_t, ThreadTask*> tasksByThread;
+  std::map<std::uint32_t, ThreadTask*> tasksByThread_;
   // The required lock: boost::shared_mutex, not a std one (docs/frozen-names.md).
-  boost::shared_mutex lock;
+  boost::shared_mutex lock_;
 };
 
 // One of the library's statics, built at load before anything can call it. It
@@ -45,7 +45,7 @@ class CurrentTaskMap {
 // goes, even a worker that is still cleaning up after a task whose end was
 // already seen. Its definition belongs with the other statics whose order is
 // fixed.
-extern CurrentTaskMap currentTaskMap;
+extern CurrentTaskMap g_currentTaskMap;
 
 }  // namespace OrvThread
 

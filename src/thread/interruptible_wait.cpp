@@ -96,7 +96,7 @@ bool InterruptibleWait(void* handle, Detail::wait_timeout timeout) {
   }
   // Decided once: only this thread writes the flag, so it cannot change
   // during the wait.
-  ThreadTask* task = currentTaskMap.CurrentTask();
+  ThreadTask* task = g_currentTaskMap.CurrentTask();
   if (task != nullptr && Detail::TaskAccess::InterruptionEnabled(task)) {
     interruptionIndex = count;
     list[count++] = Detail::TaskAccess::InterruptionEvent(task);

@@ -15,29 +15,29 @@ using Detail::TaskAccess;
 
 // Writes the calling task's flag; nothing on a thread without a task.
 void SetInterruptionEnabled(bool enabled) {
-  if (ThreadTask* task = currentTaskMap.CurrentTask())
+  if (ThreadTask* task = g_currentTaskMap.CurrentTask())
     TaskAccess::InterruptionEnabled(task) = enabled;
 }
 
 }  // namespace
 
 std::uint32_t GetId() {
-  ThreadTask* task = currentTaskMap.CurrentTask();
+  ThreadTask* task = g_currentTaskMap.CurrentTask();
   return task != nullptr && TaskAccess::Id(task) != 0 ? 1 : 0;
 }
 
 bool IsInterruptionEnabled() {
-  ThreadTask* task = currentTaskMap.CurrentTask();
+  ThreadTask* task = g_currentTaskMap.CurrentTask();
   return task != nullptr && TaskAccess::InterruptionEnabled(task);
 }
 
 bool IsInterruptionRequested() {
-  ThreadTask* task = currentTaskMap.CurrentTask();
+  ThreadTask* task = g_currentTaskMap.CurrentTask();
   return task != nullptr && task->IsInterruptionRequested();
 }
 
 void InterruptionPoint() {
-  ThreadTask* task = currentTaskMap.CurrentTask();
+  ThreadTask* task = g_currentTaskMap.CurrentTask();
   if (task == nullptr || !TaskAccess::InterruptionEnabled(task))
     return;
   const HANDLE request = TaskAccess::InterruptionEvent(task);

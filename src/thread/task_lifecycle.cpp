@@ -22,8 +22,8 @@ class RunEnd {
   RunEnd& operator=(const RunEnd&) = delete;
   ~RunEnd() {
     NotifyTaskFinished();
-    currentTaskMap.SetCurrentTask(nullptr);
-    currentTaskMap.EraseCurrentTask();
+    g_currentTaskMap.SetCurrentTask(nullptr);
+    g_currentTaskMap.EraseCurrentTask();
     ReleaseTask(task_);
   }
 
@@ -35,7 +35,7 @@ class RunEnd {
 
 std::uint32_t RunThreadTask(void* context) {
   ThreadTask* const task = static_cast<ThreadTask*>(context);
-  currentTaskMap.SetCurrentTask(task);
+  g_currentTaskMap.SetCurrentTask(task);
   RunEnd end(task);
   RunGuarded(task);
   return 0;
@@ -50,7 +50,7 @@ void RunGuarded(ThreadTask* task) {
 }
 
 void NotifyTaskFinished() {
-  if (ThreadTask* task = currentTaskMap.CurrentTask())
+  if (ThreadTask* task = g_currentTaskMap.CurrentTask())
     base::platform::SetEvent(Detail::TaskAccess::FinishedEvent(task));
 }
 

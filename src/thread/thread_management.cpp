@@ -36,30 +36,30 @@ bool ThreadManagement::AddTask(ThreadTask* task) {
   // The worker's reference exists before the item can run, and the caller's
   // keeps the task alive if the run ends before the task is listed.
   InterlockedIncrement(refCount);
-  if (!base::platform::QueueWorkItem(&RunThreadTask, task, queueFlags)) {
+  if (!base::platform::QueueWorkItem(&RunThreadTask, task, queueFlags_)) {
     InterlockedDecrement(refCount);  // never the last: the caller holds one
     return false;
   }
-  Lock hold(tasksLock);
-  tasks.PushBack(task);
+  Lock hold(tasksLock_);
+  tasks_.PushBack(task);
   return true;
 }
 
 void ThreadManagement::RemoveTask(ThreadTask* task) {
-  Lock hold(tasksLock);
-  tasks.Remove(task);
+  Lock hold(tasksLock_);
+  tasks_.Remove(task);
 }
 
 void ThreadManagement::InterruptAll() {
-  Lock hold(tasksLock);
-  tasks.ForEach([](ThreadTask* task) { task->Interrupt(); });
+  Lock hold(tasksLock_);
+  tasks_.ForEach([](ThreadTask* task) { task->Interrupt(); });
 }
 
 void ThreadManagement::JoinAll() {
   std::vector<ThreadTask*> joining;
   {
-    Lock hold(tasksLock);
-    tasks.ForEach([&joining](ThreadTask* task) {
+    Lock hold(tasksLock_);
+    tasks_.ForEach([&joining](ThreadTask* task) {
       // A reference keeps each task alive until its join is done. The trap: a
       // listed task may already be at count 0, its last holder waiting for
       // this lock to take it off the list before freeing it. Such a task has
@@ -79,8 +79,8 @@ void ThreadManagement::JoinAll() {
 }
 
 void ThreadManagement::ClearTasks() {
-  Lock hold(tasksLock);
-  tasks.Clear();
+  Lock hold(tasksLock_);
+  tasks_.Clear();
 }
 
 ThreadManagement* GetThreadManagement() {

@@ -19,7 +19,7 @@ class ThreadTask;
 
 class ThreadManagement {
  public:
-  explicit ThreadManagement(std::uint32_t flags) : queueFlags(flags) {}
+  explicit ThreadManagement(std::uint32_t flags) : queueFlags_(flags) {}
   ThreadManagement(const ThreadManagement&) = delete;
   ThreadManagement& operator=(const ThreadManagement&) = delete;
 
@@ -37,15 +37,15 @@ class ThreadManagement {
   // Empties the list; the tasks and their counts are left as they are.
   void ClearTasks();
 
-  std::uint32_t QueueFlags() const { return queueFlags; }
+  std::uint32_t QueueFlags() const { return queueFlags_; }
 
  private:
   // Launch order. Holds no references: a task leaves in ReleaseTask before it
   // is freed, so a listed task is alive for as long as the lock is held.
-  TaskList tasks;
+  TaskList tasks_;
   // The required lock: boost::recursive_mutex, not a std one (docs/frozen-names.md).
-  boost::recursive_mutex tasksLock;
-  const std::uint32_t queueFlags;
+  boost::recursive_mutex tasksLock_;
+  const std::uint32_t queueFlags_;
 };
 
 // Null until InitThreadManagement, then the same object for good.

@@ -44,15 +44,15 @@ std::intptr_t BASE_WINDOW_CALL TimerWindowProcedure(platform::WindowHandle windo
 TimerMgr::TimerMgr() {
   // A second registration fails and leaves the first, which is the same.
   platform::RegisterWindowClass(kClassName, &TimerWindowProcedure);
-  window = platform::CreateMessageWindow(kClassName, kWindowName, this);
+  window_ = platform::CreateMessageWindow(kClassName, kWindowName, this);
 }
 
 TimerMgr::~TimerMgr() {
   // Destroying the window ends its timer. Only the owner thread can; if the
   // exit sequence runs elsewhere, at least no timer message must reach the
   // manager once it is gone.
-  if (!platform::DestroyMessageWindow(window))
-    platform::KillWindowTimer(window, kTimerId);
+  if (!platform::DestroyMessageWindow(window_))
+    platform::KillWindowTimer(window_, kTimerId);
 }
 
 void TimerMgr::SetCallback(std::int32_t milliseconds,
@@ -75,33 +75,33 @@ void TimerMgr::SetCallback(std::int32_t milliseconds,
   record.repeat = repeat ? 1 : 0;
   record.method = method;
 
-  const Lock lock(mutex);
-  const std::uint32_t sequence = nextSequence++;
-  TimeRecordQueue::Slot slot = ids.Find(id);
+  const Lock lock(mutex_);
+  const std::uint32_t sequence = nextSequence_++;
+  TimeRecordQueue::Slot slot = ids_.Find(id);
   if (slot != TimerIdTable::kAbsent) {
     // The new record takes the old one's place in the slab and its id entry;
     // the old delegate goes here, under the lock.
-    records[slot] = record;
-    records.Reorder(slot, record.dueTick, sequence);
+    records_[slot] = record;
+    records_.Reorder(slot, record.dueTick, sequence);
   } else {
     if (id != 0)
-      ids.Reserve(ids.Size() + 1);
-    slot = records.Insert(record, record.dueTick, sequence);
+      ids_.Reserve(ids_.Size() + 1);
+    slot = records_.Insert(record, record.dueTick, sequence);
     if (id != 0)
-      ids.Insert(id, slot);
+      ids_.Insert(id, slot);
   }
   NoteIfFrontLocked(slot);
-  if (running.load(std::memory_order_relaxed) == 0) {
-    platform::SetWindowTimer(window, kTimerId, kTimerPeriodMs);
-    running.store(1, std::memory_order_relaxed);
+  if (running_.load(std::memory_order_relaxed) == 0) {
+    platform::SetWindowTimer(window_, kTimerId, kTimerPeriodMs);
+    running_.store(1, std::memory_order_relaxed);
   }
 }
 
 bool TimerMgr::KillCallback(std::uint32_t id) {
   if (id == 0)
     return false;
-  const Lock lock(mutex);
-  const std::uint32_t slot = ids.Find(id);
+  const Lock lock(mutex_);
+  const std::uint32_t slot = ids_.Find(id);
   if (slot == TimerIdTable::kAbsent)
     return false;
   RemoveLocked(slot);
@@ -113,12 +113,12 @@ void TimerMgr::OnTick() {
   const std::uint32_t now = platform::TickCount();
   // The idle test: no lock, one subtraction. A record due exactly now waits
   // for the next tick.
-  if (TicksBetween(nextDueTick.load(std::memory_order_relaxed), now) <= 0)
+  if (TicksBetween(nextDueTick_.load(std::memory_order_relaxed), now) <= 0)
     return;
-  while (running.load(std::memory_order_relaxed) != 0) {
+  while (running_.load(std::memory_order_relaxed) != 0) {
     Method<void()> held;
     {
-      const Lock lock(mutex);
+      const Lock lock(mutex_);
       if (!TakeDueLocked(now, held))
         return;
     }
@@ -132,20 +132,20 @@ void TimerMgr::OnTick() {
 }
 
 bool TimerMgr::TakeDueLocked(std::uint32_t now, Method<void()>& held) {
-  BASE_DCHECK(IsLocked(mutex));
+  BASE_DCHECK(IsLocked(mutex_));
   TimeRecordQueue::Slot slot;
   for (;;) {
-    if (records.Empty()) {
+    if (records_.Empty()) {
       StopIfEmptyLocked();
       return false;
     }
-    slot = records.Front();
-    const TimeRecord& first = records[slot];
+    slot = records_.Front();
+    const TimeRecord& first = records_[slot];
     // Less than a period since dueTick - period: not due. That tick lies in
     // the past for every record, so the test holds across the wrap, and a
     // period of 0 is always due.
     if (first.period - first.dueTick + now < first.period) {
-      nextDueTick.store(first.dueTick, std::memory_order_relaxed);
+      nextDueTick_.store(first.dueTick, std::memory_order_relaxed);
       return false;
     }
     held = first.method;
@@ -153,7 +153,7 @@ bool TimerMgr::TakeDueLocked(std::uint32_t now, Method<void()>& held) {
       break;
     RemoveLocked(slot);
   }
-  TimeRecord& taken = records[slot];
+  TimeRecord& taken = records_[slot];
   if (taken.repeat == 0) {
     RemoveLocked(slot);
     StopIfEmptyLocked();
@@ -164,30 +164,30 @@ bool TimerMgr::TakeDueLocked(std::uint32_t now, Method<void()>& held) {
   taken.dueTick += taken.period;
   const bool farBehind = static_cast<std::int32_t>(now - taken.dueTick - kMaxLagMs) > 0;
   const std::uint32_t sortTick = farBehind ? now + 1 : taken.dueTick;
-  records.Reorder(slot, sortTick, records.SequenceOf(slot));
+  records_.Reorder(slot, sortTick, records_.SequenceOf(slot));
   NoteIfFrontLocked(slot);
   return true;
 }
 
 void TimerMgr::RemoveLocked(TimeRecordQueue::Slot slot) {
-  BASE_DCHECK(IsLocked(mutex));
-  const std::uint32_t id = records[slot].id;
+  BASE_DCHECK(IsLocked(mutex_));
+  const std::uint32_t id = records_[slot].id;
   if (id != 0)
-    ids.Erase(id);
-  records.Remove(slot);
+    ids_.Erase(id);
+  records_.Remove(slot);
 }
 
 void TimerMgr::NoteIfFrontLocked(TimeRecordQueue::Slot slot) {
-  BASE_DCHECK(IsLocked(mutex));
-  if (records.Front() == slot)
-    nextDueTick.store(records[slot].dueTick, std::memory_order_relaxed);
+  BASE_DCHECK(IsLocked(mutex_));
+  if (records_.Front() == slot)
+    nextDueTick_.store(records_[slot].dueTick, std::memory_order_relaxed);
 }
 
 void TimerMgr::StopIfEmptyLocked() {
-  BASE_DCHECK(IsLocked(mutex));
-  if (records.Empty() && running.load(std::memory_order_relaxed) != 0) {
-    platform::KillWindowTimer(window, kTimerId);
-    running.store(0, std::memory_order_relaxed);
+  BASE_DCHECK(IsLocked(mutex_));
+  if (records_.Empty() && running_.load(std::memory_order_relaxed) != 0) {
+    platform::KillWindowTimer(window_, kTimerId);
+    running_.store(0, std::memory_order_relaxed);
   }
 }
 

@@ -69,17 +69,17 @@ class TimerMgr final : public Singlton<TimerMgr> {
   void NoteIfFrontLocked(TimeRecordQueue::Slot slot);
   void StopIfEmptyLocked();
 
-  TimeRecordQueue records;
-  TimerIdTable ids;
-  std::uint32_t nextSequence = 0;
+  TimeRecordQueue records_;
+  TimerIdTable ids_;
+  std::uint32_t nextSequence_ = 0;
   // The required lock: boost::mutex, not std::mutex, whose failures callers
   // would see as other exceptions (docs/frozen-names.md).
-  boost::mutex mutex;
-  platform::WindowHandle window = nullptr;
+  boost::mutex mutex_;
+  platform::WindowHandle window_ = nullptr;
   // Read without `mutex` by OnTick: a stale value only delays a run to the
   // next tick or costs one more pass under the lock.
-  std::atomic<std::uint32_t> running{0};
-  std::atomic<std::uint32_t> nextDueTick{0};
+  std::atomic<std::uint32_t> running_{0};
+  std::atomic<std::uint32_t> nextDueTick_{0};
 };
 
 }  // namespace base

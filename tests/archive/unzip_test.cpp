@@ -147,15 +147,15 @@ TEST_F(UnzipTest, StopsAtFirstBadEntryKeepingItsPredecessors) {
 
 TEST_F(UnzipTest, DamagedDataFailsAndLeavesWhatWasWritten) {
   const std::string text(100000, 'q');
-  ZipEntry bad_crc{"crc.txt", text, 8};
-  bad_crc.crc_mask = 1;
-  EXPECT_FALSE(Run({bad_crc}));
+  ZipEntry badCrc{"crc.txt", text, 8};
+  badCrc.crc_mask = 1;
+  EXPECT_FALSE(Run({badCrc}));
   EXPECT_EQ(Out("crc.txt"), text);
 
   // Data that end before the recorded size: minizip would skip the CRC check.
-  ZipEntry short_data{"short.txt", text, 8};
-  short_data.extra_size = 10;
-  EXPECT_FALSE(Run({short_data}));
+  ZipEntry shortData{"short.txt", text, 8};
+  shortData.extra_size = 10;
+  EXPECT_FALSE(Run({shortData}));
 
   // An archive cut short anywhere fails: in the data, or in its directory.
   const std::string whole = BuildZip({{"one.txt", text, 8}, {"two.txt", text}});

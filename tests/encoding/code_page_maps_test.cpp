@@ -110,10 +110,10 @@ TEST(CodePageMapsTest, SingleBytePagesHaveNoLeadBytes) {
   }
 
   // The thread's ANSI page, which unknown names lead to, has a map of its own.
-  const int* thread_ansi = GetCPMap(3);
-  ASSERT_NE(thread_ansi, nullptr);
-  EXPECT_NE(thread_ansi, latin);
-  EXPECT_EQ(thread_ansi[0x80], 0x20AC);
+  const int* threadAnsi = GetCPMap(3);
+  ASSERT_NE(threadAnsi, nullptr);
+  EXPECT_NE(threadAnsi, latin);
+  EXPECT_EQ(threadAnsi[0x80], 0x20AC);
 }
 
 TEST(CodePageMapsTest, DefaultCharFirstBuildsTheMapToo) {

@@ -14,29 +14,29 @@ namespace {
 TEST(CodePagePlatformTest, ReportsWhatTheBuildNeeds) {
   CodePageInfo info;
   ASSERT_TRUE(QueryCodePageInfo(932, info));
-  EXPECT_EQ(info.max_char_size, 2u);
-  const std::uint8_t sjis_leads[kLeadByteCells] = {0x81, 0x9F, 0xE0, 0xFC};
-  EXPECT_EQ(std::memcmp(info.lead_bytes, sjis_leads, kLeadByteCells), 0);
-  EXPECT_EQ(info.unicode_default_char, 0x30FB);
+  EXPECT_EQ(info.maxCharSize, 2u);
+  const std::uint8_t sjisLeads[kLeadByteCells] = {0x81, 0x9F, 0xE0, 0xFC};
+  EXPECT_EQ(std::memcmp(info.leadBytes, sjisLeads, kLeadByteCells), 0);
+  EXPECT_EQ(info.unicodeDefaultChar, 0x30FB);
 
   ASSERT_TRUE(QueryCodePageInfo(65001, info));
-  EXPECT_EQ(info.max_char_size, 4u);
-  EXPECT_EQ(info.lead_bytes[0], 0);
-  EXPECT_EQ(info.unicode_default_char, 0xFFFD);
+  EXPECT_EQ(info.maxCharSize, 4u);
+  EXPECT_EQ(info.leadBytes[0], 0);
+  EXPECT_EQ(info.unicodeDefaultChar, 0xFFFD);
 
   ASSERT_TRUE(QueryCodePageInfo(28591, info));
-  EXPECT_EQ(info.max_char_size, 1u);
-  EXPECT_EQ(info.unicode_default_char, '?');
+  EXPECT_EQ(info.maxCharSize, 1u);
+  EXPECT_EQ(info.unicodeDefaultChar, '?');
 
   // Mac Arabic, Hebrew, Thai and Croatian: neither ICU nor iconv has them.
   for (std::uint32_t page : {10004u, 10005u, 10021u, 10082u})
     EXPECT_FALSE(QueryCodePageInfo(page, info)) << page;
 
   // Failure leaves the caller's value alone.
-  info.max_char_size = 7;
+  info.maxCharSize = 7;
   EXPECT_FALSE(QueryCodePageInfo(12345, info));
   EXPECT_FALSE(QueryCodePageInfo(0x10000 + 1252, info));
-  EXPECT_EQ(info.max_char_size, 7u);
+  EXPECT_EQ(info.maxCharSize, 7u);
 }
 
 TEST(CodePagePlatformTest, ConvertsOnlyToExactlyOneUnit) {

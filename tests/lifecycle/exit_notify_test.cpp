@@ -24,19 +24,19 @@ void Callback(void* param) {
 }
 
 // Three callbacks in ascending order of address: the order of every firing.
-const std::vector<ExitCallBackFunc> f = [] {
+const std::vector<ExitCallBackFunc> kF = [] {
   std::vector<ExitCallBackFunc> v{&Callback<0>, &Callback<1>, &Callback<2>};
   std::sort(v.begin(), v.end(), [](ExitCallBackFunc a, ExitCallBackFunc b) {
     return reinterpret_cast<std::uintptr_t>(a) < reinterpret_cast<std::uintptr_t>(b);
   });
   return v;
 }();
-int A, B;
+int g_a, g_b;
 
 class ExitNotifyTest : public ::testing::Test {
  protected:
   void TearDown() override {
-    for (ExitCallBackFunc fn : f) {
+    for (ExitCallBackFunc fn : kF) {
       RemoveExitCallBack(fn);
       RemoveExitSaveDataCallBack(fn);
     }
@@ -47,40 +47,40 @@ class ExitNotifyTest : public ::testing::Test {
 
 TEST_F(ExitNotifyTest, OneEntryPerFunctionInAddressOrderPerList) {
   NotifyExit();
-  RemoveExitCallBack(f[0]);   // never added: no error
-  AddExitCallBack(f[2], &A);  // highest address first
-  AddExitCallBack(f[1], &A);
-  AddExitCallBack(f[0], &A);
-  AddExitCallBack(f[1], &B);  // replaces the argument
-  AddExitSaveDataCallBack(f[1], &A);
+  RemoveExitCallBack(kF[0]);   // never added: no error
+  AddExitCallBack(kF[2], &g_a);  // highest address first
+  AddExitCallBack(kF[1], &g_a);
+  AddExitCallBack(kF[0], &g_a);
+  AddExitCallBack(kF[1], &g_b);  // replaces the argument
+  AddExitSaveDataCallBack(kF[1], &g_a);
 
   NotifyExit();
   NotifyExit();                // a firing leaves the list as it was
   NotifySaveDataBeforeExit();  // the other list, with its own argument
   EXPECT_EQ(
       g_calls,
-      (Calls{{f[0], &A}, {f[1], &B}, {f[2], &A}, {f[0], &A}, {f[1], &B}, {f[2], &A}, {f[1], &A}}));
+      (Calls{{kF[0], &g_a}, {kF[1], &g_b}, {kF[2], &g_a}, {kF[0], &g_a}, {kF[1], &g_b}, {kF[2], &g_a}, {kF[1], &g_a}}));
 }
 
 TEST_F(ExitNotifyTest, ChangesDuringAFiringApplyFromTheNextOne) {
-  AddExitCallBack(f[0], nullptr);
-  AddExitCallBack(f[2], nullptr);
-  g_hooks[f[0]] = [] {
-    RemoveExitCallBack(f[2]);
-    RemoveExitCallBack(f[0]);
-    AddExitCallBack(f[1], nullptr);
+  AddExitCallBack(kF[0], nullptr);
+  AddExitCallBack(kF[2], nullptr);
+  g_hooks[kF[0]] = [] {
+    RemoveExitCallBack(kF[2]);
+    RemoveExitCallBack(kF[0]);
+    AddExitCallBack(kF[1], nullptr);
   };
   NotifyExit();
   NotifyExit();
-  EXPECT_EQ(g_calls, (Calls{{f[0], nullptr}, {f[2], nullptr}, {f[1], nullptr}}));
+  EXPECT_EQ(g_calls, (Calls{{kF[0], nullptr}, {kF[2], nullptr}, {kF[1], nullptr}}));
 }
 
 TEST_F(ExitNotifyTest, ExceptionOutOfACallbackEndsTheFiring) {
-  for (ExitCallBackFunc fn : f)
+  for (ExitCallBackFunc fn : kF)
     AddExitSaveDataCallBack(fn, nullptr);
-  g_hooks[f[1]] = [] { throw std::runtime_error("save failed"); };
+  g_hooks[kF[1]] = [] { throw std::runtime_error("save failed"); };
   EXPECT_THROW(NotifySaveDataBeforeExit(), std::runtime_error);
-  EXPECT_EQ(g_calls, (Calls{{f[0], nullptr}, {f[1], nullptr}}));
+  EXPECT_EQ(g_calls, (Calls{{kF[0], nullptr}, {kF[1], nullptr}}));
 }
 
 }  // namespace

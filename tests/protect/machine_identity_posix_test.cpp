@@ -38,12 +38,12 @@ TEST_F(MachineIdentityTest, AMemoryBlockBelongsToItsBoot) {
 }
 
 TEST_F(MachineIdentityTest, AMissingOrMalformedMachineIdFails) {
-  for (const char* machine_id :
+  for (const char* machineId :
        {"", "uninitialized\n", "0f3c9a7e5b2d4c6e8a1b3d5f7e9c2a4\n",
         "0f3c9a7e5b2d4c6e8a1b3d5f7e9c2a4b0\n", "0f3c9a7e5b2d4c6e8a1b3d5f7e9c2a4g\n",
         "0f3c9a7e5b2d4c6e8a1b3d5f7e9c2a4b\n\n"}) {
-    UseIdentity(machine_id, kBootA);
-    EXPECT_TRUE(Seal({1, 2}, nullptr).empty()) << machine_id;
+    UseIdentity(machineId, kBootA);
+    EXPECT_TRUE(Seal({1, 2}, nullptr).empty()) << machineId;
   }
   platform::testing::SetMachineIdentityFiles("/nonexistent/machine-id", "/nonexistent/boot_id");
   EXPECT_TRUE(Seal({1, 2}, nullptr).empty());

@@ -43,8 +43,8 @@ TEST_F(MemoryProtectTest, OldSystemsAndMissingResultPointersFailBeforeAnyLoad) {
   DATA_BLOB blob{5, data};
   wchar_t* description = reinterpret_cast<wchar_t*>(1);
 
-  for (bool query_fails : {false, true}) {
-    if (query_fails)
+  for (bool queryFails : {false, true}) {
+    if (queryFails)
       platform::testing::FailOsVersionQuery();
     else
       platform::testing::SetOsMajorVersion(4);
@@ -74,7 +74,7 @@ TEST_F(MemoryProtectTest, OldSystemsAndMissingResultPointersFailBeforeAnyLoad) {
 
 TEST_F(MemoryProtectTest, BlocksFollowTheUnitOfTheServiceAndRoundTrip) {
   struct Case {
-    bool second_service;
+    bool secondService;
     std::size_t length;
     DWORD size;
   };
@@ -91,9 +91,9 @@ TEST_F(MemoryProtectTest, BlocksFollowTheUnitOfTheServiceAndRoundTrip) {
       {true, 1 << 20, (1 << 20) + 8},
   };
   for (const Case& c : cases) {
-    SCOPED_TRACE(::testing::Message() << "second " << c.second_service << " length " << c.length);
+    SCOPED_TRACE(::testing::Message() << "second " << c.secondService << " length " << c.length);
     platform::testing::ResetProtectionServices();
-    if (c.second_service)
+    if (c.secondService)
       UseSecondMemoryService();
     const Bytes data = Pattern(c.length);
     const Protected block = ProtectMemory(data);
@@ -107,13 +107,13 @@ TEST_F(MemoryProtectTest, BlocksFollowTheUnitOfTheServiceAndRoundTrip) {
       EXPECT_NE(block.Copy(), layout);
 
     // Deciphering works in place: the caller's buffer holds the plain layout.
-    Bytes in_place = block.Copy();
+    Bytes inPlace = block.Copy();
     BYTE* result = nullptr;
     DWORD length = 0;
-    ASSERT_EQ(DecryptMemoryWinProtect(in_place.data(), block.size, &result, &length), 1);
+    ASSERT_EQ(DecryptMemoryWinProtect(inPlace.data(), block.size, &result, &length), 1);
     ASSERT_NE(result, nullptr);
     EXPECT_EQ(Bytes(result, result + length), data);
-    EXPECT_EQ(in_place, layout);
+    EXPECT_EQ(inPlace, layout);
     LocalFree(result);
     LocalFree(block.block);
   }

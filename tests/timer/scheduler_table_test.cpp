@@ -106,41 +106,41 @@ TEST(SchedulerSlotTableTest, GrowthKeepsSlotsAndCompactionRenumbersInOrder) {
 class ModelTable {
  public:
   bool Add(const TimerRecord& r) {
-    if (count_ + 1 > slots_.size()) {
-      slots_.resize(slots_.size() + 1024);
-    } else if (slots_.size() >= 2048 && double(count_) / double(slots_.size()) < 0.5) {
-      std::vector<TimerRecord> compact((count_ + 1024) / 1024 * 1024);
+    if (count + 1 > slots.size()) {
+      slots.resize(slots.size() + 1024);
+    } else if (slots.size() >= 2048 && double(count) / double(slots.size()) < 0.5) {
+      std::vector<TimerRecord> compact((count + 1024) / 1024 * 1024);
       std::size_t next = 0;
-      for (const TimerRecord& live : slots_)
+      for (const TimerRecord& live : slots)
         if (live.callback)
           compact[next++] = live;
-      slots_.swap(compact);
+      slots.swap(compact);
     }
     long free = -1;
-    for (std::size_t i = 0; i < slots_.size(); ++i) {
-      if (!slots_[i].callback) {
+    for (std::size_t i = 0; i < slots.size(); ++i) {
+      if (!slots[i].callback) {
         free = free < 0 ? long(i) : free;
-      } else if (slots_[i].callback == r.callback && (!r.owner || r.owner == slots_[i].owner)) {
+      } else if (slots[i].callback == r.callback && (!r.owner || r.owner == slots[i].owner)) {
         return false;
       }
     }
-    slots_[free] = r;
-    ++count_;
+    slots[free] = r;
+    ++count;
     return true;
   }
   bool Erase(SchedulerCallback callback, void* owner) {
     bool any = false;
-    for (TimerRecord& live : slots_) {
+    for (TimerRecord& live : slots) {
       if (live.callback == callback && (!owner || live.owner == owner)) {
         live.callback = nullptr;
-        --count_;
+        --count;
         any = true;
       }
     }
     return any;
   }
-  std::vector<TimerRecord> slots_ = std::vector<TimerRecord>(1024);
-  std::size_t count_ = 0;
+  std::vector<TimerRecord> slots = std::vector<TimerRecord>(1024);
+  std::size_t count = 0;
 };
 
 TEST(SchedulerSlotTableTest, AgreesWithTheLinearRulesUnderRandomWork) {
@@ -157,13 +157,13 @@ TEST(SchedulerSlotTableTest, AgreesWithTheLinearRulesUnderRandomWork) {
       ASSERT_EQ(AddToTable(table, Make(callback, owner)), model.Add(Make(callback, owner)));
     else
       ASSERT_EQ(table.EraseMatching(callback, Owner(owner)), model.Erase(callback, Owner(owner)));
-    ASSERT_EQ(table.count(), model.count_);
-    ASSERT_EQ(table.capacity(), model.slots_.size());
+    ASSERT_EQ(table.count(), model.count);
+    ASSERT_EQ(table.capacity(), model.slots.size());
   }
   for (std::uint32_t slot = 0; slot < table.capacity(); ++slot) {
-    ASSERT_EQ(table.IsLive(slot), model.slots_[slot].callback != nullptr) << slot;
+    ASSERT_EQ(table.IsLive(slot), model.slots[slot].callback != nullptr) << slot;
     if (table.IsLive(slot))
-      ASSERT_EQ(table.record(slot).owner, model.slots_[slot].owner) << slot;
+      ASSERT_EQ(table.record(slot).owner, model.slots[slot].owner) << slot;
   }
 }
 

@@ -45,10 +45,10 @@ class TimerMgrTest : public ::testing::Test {
 
   // A delegate that appends `name` to the log.
   Method<void()> Logs(std::string name) {
-    return MakeMethod([this, name] { log.push_back(name); });
+    return MakeMethod([this, name] { log_.push_back(name); });
   }
 
-  std::vector<std::string> log;
+  std::vector<std::string> log_;
 };
 
 using Log = std::vector<std::string>;
@@ -84,20 +84,20 @@ TEST_F(TimerMgrTest, RunsInDueOrderThenInOrderOfSetting) {
   SetTimeCallback(20, Logs("d"), 0);
   SetTimeCallback(0, Logs("now"), 0);
   Tick(0);  // due exactly now is left for the next tick
-  EXPECT_EQ(log, Log{});
+  EXPECT_EQ(log_, Log{});
   Tick(1);
-  EXPECT_EQ(log, Log{"now"});
+  EXPECT_EQ(log_, Log{"now"});
   Tick(30);
-  EXPECT_EQ(log, (Log{"now", "b", "c", "d", "a"}));
+  EXPECT_EQ(log_, (Log{"now", "b", "c", "d", "a"}));
   Tick(1000);
-  EXPECT_EQ(log.size(), 5u);
+  EXPECT_EQ(log_.size(), 5u);
 }
 
 TEST_F(TimerMgrTest, SettingAnIdAgainReplacesItsTimer) {
   SetTimeCallback(5000, Logs("a"), 7);
   SetTimeCallback(100, Logs("b"), 7);
   Tick(6000);
-  EXPECT_EQ(log, Log{"b"});
+  EXPECT_EQ(log_, Log{"b"});
   EXPECT_FALSE(KillTimeCallback(7));  // the one-shot has run
 }
 
@@ -109,7 +109,7 @@ TEST_F(TimerMgrTest, EmptyOrInvalidDelegatesCancelTheirId) {
   SetTimeCallback(100, MakeWeakMethod(std::weak_ptr<int>(), [](int&) {}), 9);
   SetTimeCallback(100, Method<void()>(), 0);
   Tick(500);
-  EXPECT_EQ(log, Log{});
+  EXPECT_EQ(log_, Log{});
   EXPECT_FALSE(KillTimeCallback(8));
   EXPECT_FALSE(KillTimeCallback(9));
   EXPECT_FALSE(KillTimeCallback(0));
@@ -117,76 +117,76 @@ TEST_F(TimerMgrTest, EmptyOrInvalidDelegatesCancelTheirId) {
   // A repeating delegate that turns invalid is dropped at its next due tick,
   // and its id is free again.
   auto owner = std::make_shared<int>(0);
-  SetTimeCallback(-10, MakeWeakMethod(std::weak_ptr<int>(owner), [&](int&) { log.push_back("w"); }),
+  SetTimeCallback(-10, MakeWeakMethod(std::weak_ptr<int>(owner), [&](int&) { log_.push_back("w"); }),
                   10);
   Tick(11);
   owner.reset();
   Tick(10);
-  EXPECT_EQ(log, Log{"w"});
+  EXPECT_EQ(log_, Log{"w"});
   EXPECT_FALSE(KillTimeCallback(10));
 }
 
 TEST_F(TimerMgrTest, ADelegateThatNeedsAnIdIsIgnoredWithoutOne) {
-  SetTimeCallback(10, MakeMethodWithId([this] { log.push_back("no id"); }), 0);
-  SetTimeCallback(10, MakeMethodWithId([this] { log.push_back("id"); }), 9);
+  SetTimeCallback(10, MakeMethodWithId([this] { log_.push_back("no id"); }), 0);
+  SetTimeCallback(10, MakeMethodWithId([this] { log_.push_back("id"); }), 9);
   Tick(11);
-  EXPECT_EQ(log, Log{"id"});
+  EXPECT_EQ(log_, Log{"id"});
 }
 
 TEST_F(TimerMgrTest, RepeatingTimerKeepsItsPhase) {
   SetTimeCallback(-1000, Logs("r"), 7);
   Tick(1000);
-  EXPECT_EQ(log.size(), 0u);
+  EXPECT_EQ(log_.size(), 0u);
   Tick(1);  // kStart + 1001
-  EXPECT_EQ(log.size(), 1u);
+  EXPECT_EQ(log_.size(), 1u);
   Tick(999);  // kStart + 2000: due exactly now, waits
-  EXPECT_EQ(log.size(), 1u);
+  EXPECT_EQ(log_.size(), 1u);
   Tick(1);
-  EXPECT_EQ(log.size(), 2u);
+  EXPECT_EQ(log_.size(), 2u);
   // Late by 450 ms: still due at kStart + 4000 next, not 450 ms later.
   Tick(1450);  // kStart + 3451
-  EXPECT_EQ(log.size(), 3u);
+  EXPECT_EQ(log_.size(), 3u);
   Tick(549);  // kStart + 4000
-  EXPECT_EQ(log.size(), 3u);
+  EXPECT_EQ(log_.size(), 3u);
   Tick(1);
-  EXPECT_EQ(log.size(), 4u);
+  EXPECT_EQ(log_.size(), 4u);
   EXPECT_TRUE(KillTimeCallback(7));
   Tick(5000);
-  EXPECT_EQ(log.size(), 4u);
+  EXPECT_EQ(log_.size(), 4u);
 }
 
 TEST_F(TimerMgrTest, MakesUpMissedPeriods) {
   SetTimeCallback(-20, Logs("r"), 1);
   Tick(21);
-  ASSERT_EQ(log.size(), 1u);
+  ASSERT_EQ(log_.size(), 1u);
   // Held up 90 ms: due ticks 40, 60, 80, 100 have passed; all run now.
   Tick(90);  // 111
-  EXPECT_EQ(log.size(), 5u);
+  EXPECT_EQ(log_.size(), 5u);
 
   // Held up 300 ms: the timer falls more than 100 ms behind and waits behind
   // the one-shot that is due, then makes up every period.
-  log.clear();
+  log_.clear();
   SetTimeCallback(89, Logs("o"), 0);  // due at 200
   Tick(230);                          // 341; "r" is due at 120, 140, ..., 340
-  ASSERT_GE(log.size(), 2u);
-  EXPECT_EQ(log[0], "r");
-  EXPECT_EQ(log[1], "o");
-  EXPECT_EQ(log.size(), 13u);  // 12 periods and the one-shot
+  ASSERT_GE(log_.size(), 2u);
+  EXPECT_EQ(log_[0], "r");
+  EXPECT_EQ(log_[1], "o");
+  EXPECT_EQ(log_.size(), 13u);  // 12 periods and the one-shot
   Tick(19);                    // 360: due exactly now
-  EXPECT_EQ(log.size(), 13u);
+  EXPECT_EQ(log_.size(), 13u);
 }
 
 TEST_F(TimerMgrTest, DispatchStopsAfterItsBudget) {
   SetTimeCallback(1, MakeMethod([this] {
-                    log.push_back("slow");
+                    log_.push_back("slow");
                     platform::testing::AdvanceTickCount(TimerMgr::kDispatchBudgetMs);
                   }),
                   0);
   SetTimeCallback(1, Logs("next"), 0);
   Tick(2);
-  EXPECT_EQ(log, Log{"slow"});
+  EXPECT_EQ(log_, Log{"slow"});
   Tick(0);
-  EXPECT_EQ(log, (Log{"slow", "next"}));
+  EXPECT_EQ(log_, (Log{"slow", "next"}));
 }
 
 TEST_F(TimerMgrTest, TimersAcrossTheWrapOfTheClock) {
@@ -195,18 +195,18 @@ TEST_F(TimerMgrTest, TimersAcrossTheWrapOfTheClock) {
   SetTimeCallback(0x15, Logs("early"), 0);  // due 0x05, past the wrap
   SetTimeCallback(-8, Logs("r"), 3);        // 0xFFFFFFF8, 0x0, 0x8, ...
   Tick(0x9);                                // 0xFFFFFFF9
-  EXPECT_EQ(log, Log{"r"});
+  EXPECT_EQ(log_, Log{"r"});
   Tick(0xD);  // 0x06
-  EXPECT_EQ(log, (Log{"r", "r", "early"}));
+  EXPECT_EQ(log_, (Log{"r", "r", "early"}));
   // At 0x20 both are due; "late" was set first.
   Tick(0x1B);  // 0x21
-  EXPECT_EQ(log, (Log{"r", "r", "early", "r", "r", "r", "late", "r"}));
+  EXPECT_EQ(log_, (Log{"r", "r", "early", "r", "r", "r", "late", "r"}));
 }
 
 TEST_F(TimerMgrTest, DelegatesKillAndResetTheirOwnIds) {
   bool killedSelf = true;
   SetTimeCallback(-10, MakeMethod([&] {
-    log.push_back("repeat");
+    log_.push_back("repeat");
     killedSelf = KillTimeCallback(7);
   }),
                   7);
@@ -220,7 +220,7 @@ TEST_F(TimerMgrTest, DelegatesKillAndResetTheirOwnIds) {
   SetTimeCallback(-10, MakeMethod(reset), 9);
   Tick(11);
   Tick(11);
-  EXPECT_EQ(log, Log{"repeat"});
+  EXPECT_EQ(log_, Log{"repeat"});
   EXPECT_TRUE(killedSelf);
   EXPECT_FALSE(killedOneShot);
   EXPECT_EQ(resets, 2);
@@ -233,27 +233,27 @@ TEST_F(TimerMgrTest, ExceptionFromDelegateLeavesTheRestScheduled) {
   SetTimeCallback(-5, Logs("r"), 2);
   EXPECT_THROW(Tick(6), std::runtime_error);
   Tick(0);
-  EXPECT_EQ(log, Log{"r"});
+  EXPECT_EQ(log_, Log{"r"});
   EXPECT_TRUE(KillTimeCallback(2));
 }
 
 TEST_F(TimerMgrTest, NestedDispatchFromADelegateThatPumps) {
   SetTimeCallback(5, MakeMethod([this] {
-                    log.push_back("outer");
+                    log_.push_back("outer");
                     // The platform timer comes due again inside this run.
                     Pump(TimerMgr::kTimerPeriodMs);
-                    log.push_back("outer done");
+                    log_.push_back("outer done");
                   }),
                   0);
   SetTimeCallback(5, Logs("inner"), 0);
   Pump(10);
-  EXPECT_EQ(log, (Log{"outer", "inner", "outer done"}));
+  EXPECT_EQ(log_, (Log{"outer", "inner", "outer done"}));
 }
 
 TEST_F(TimerMgrTest, PlatformTimerStopsWithTheLastRecord) {
   SetTimeCallback(5, Logs("a"), 0);
   EXPECT_EQ(Pump(10), 1u);
-  EXPECT_EQ(log, Log{"a"});
+  EXPECT_EQ(log_, Log{"a"});
   EXPECT_EQ(Pump(100), 0u);  // no timer message any more
 
   SetTimeCallback(10, Logs("b"), 4);
@@ -264,7 +264,7 @@ TEST_F(TimerMgrTest, PlatformTimerStopsWithTheLastRecord) {
 TEST_F(TimerMgrTest, PlatformTimerIsRearmedFromAnyThread) {
   std::thread([this] { SetTimeCallback(5, Logs("c"), 0); }).join();
   EXPECT_EQ(Pump(10), 1u);
-  EXPECT_EQ(log, Log{"c"});
+  EXPECT_EQ(log_, Log{"c"});
 }
 
 TEST_F(TimerMgrTest, TimersOfAThreadThatEndedAreFiledButNeverRun) {
@@ -273,7 +273,7 @@ TEST_F(TimerMgrTest, TimersOfAThreadThatEndedAreFiledButNeverRun) {
   SetTimeCallback(5, Logs("never"), 3);
   SetTimeCallback(-5, Logs("never either"), 4);
   EXPECT_EQ(Pump(100), 0u);
-  EXPECT_EQ(log, Log{});
+  EXPECT_EQ(log_, Log{});
   EXPECT_TRUE(KillTimeCallback(4));  // the calls themselves still succeed
 }
 

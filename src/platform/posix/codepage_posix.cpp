@@ -22,8 +22,8 @@ namespace {
 constexpr std::uint32_t kHighestPage = 65535;
 constexpr std::uint32_t kUtf8Page = 65001;
 
-std::atomic<int> g_info_queries{0};
-std::atomic<int> g_converter_opens{0};
+std::atomic<int> g_infoQueries{0};
+std::atomic<int> g_converterOpens{0};
 
 // The pseudo pages (ANSI, OEM, Mac, thread ANSI) as an English-language
 // Windows resolves them. The library reads no locale or environment.
@@ -66,10 +66,10 @@ struct PageDecoder {
 
   std::unique_ptr<CodePageDecoder> decoder;  // null: the page is unknown
   ByteOverrides overrides;
-  bool rotates_controls = false;
+  bool rotatesControls = false;
   // Every byte alone is a character or invalid, so two bytes or more never
   // make one unit: a fallback CPConvert on such a page converts nothing.
-  bool single_byte = false;
+  bool singleByte = false;
 };
 
 std::unique_ptr<CodePageDecoder> OpenDecoder(const CodePageSource& source) {
@@ -77,7 +77,7 @@ std::unique_ptr<CodePageDecoder> OpenDecoder(const CodePageSource& source) {
     case ConversionLibrary::kIcu:
       return OpenIcuDecoder(source.name.c_str());
     case ConversionLibrary::kIconv:
-      if (source.double_byte_euc_jp)
+      if (source.doubleByteEucJp)
         return OpenDoubleByteEucJpDecoder(OpenIconvDecoder(source.name.c_str()));
       return OpenIconvDecoder(source.name.c_str());
     case ConversionLibrary::kNone:
@@ -87,12 +87,12 @@ std::unique_ptr<CodePageDecoder> OpenDecoder(const CodePageSource& source) {
 }
 
 PageDecoder OpenPage(std::uint32_t page) {
-  g_converter_opens.fetch_add(1, std::memory_order_relaxed);
+  g_converterOpens.fetch_add(1, std::memory_order_relaxed);
   PageDecoder opened(page);
   opened.decoder = OpenDecoder(FindCodePageSource(page));
   if (opened.decoder) {
-    opened.rotates_controls = RotatesControls(*opened.decoder);
-    opened.single_byte = opened.decoder->MaxCharSize() == 1;
+    opened.rotatesControls = RotatesControls(*opened.decoder);
+    opened.singleByte = opened.decoder->MaxCharSize() == 1;
   }
   return opened;
 }
@@ -157,7 +157,7 @@ void FillLeadBytes(const PageDecoder& opened, std::uint8_t (&cells)[kLeadByteCel
 }  // namespace
 
 bool QueryCodePageInfo(std::uint32_t page, CodePageInfo& info) {
-  g_info_queries.fetch_add(1, std::memory_order_relaxed);
+  g_infoQueries.fetch_add(1, std::memory_order_relaxed);
   page = ResolvePseudoPage(page);
   DecoderCache& cache = Cache();
   std::lock_guard<std::mutex> hold(cache.lock());
@@ -168,9 +168,9 @@ bool QueryCodePageInfo(std::uint32_t page, CodePageInfo& info) {
   CodePageInfo result;
   // ICU counts what one UTF-16 unit can need (3 bytes of UTF-8); Windows
   // counts a whole character (4).
-  result.max_char_size = page == kUtf8Page ? 4 : decoder->MaxCharSize();
-  FillLeadBytes(opened, result.lead_bytes);
-  result.unicode_default_char = UnicodeDefaultChar(page);
+  result.maxCharSize = page == kUtf8Page ? 4 : decoder->MaxCharSize();
+  FillLeadBytes(opened, result.leadBytes);
+  result.unicodeDefaultChar = UnicodeDefaultChar(page);
   info = result;
   return true;
 }
@@ -183,9 +183,9 @@ bool ConvertToOneUnit(std::uint32_t page, const char* bytes, int length, std::ui
   std::lock_guard<std::mutex> hold(cache.lock());
   const PageDecoder& opened = cache.Get(page);
   CodePageDecoder* decoder = opened.decoder.get();
-  if (!decoder || (length > 1 && opened.single_byte))
+  if (!decoder || (length > 1 && opened.singleByte))
     return false;
-  if (length == 1 && opened.rotates_controls && IsRotatedControl(bytes[0])) {
+  if (length == 1 && opened.rotatesControls && IsRotatedControl(bytes[0])) {
     out = static_cast<std::uint8_t>(bytes[0]);
     return true;
   }
@@ -197,11 +197,11 @@ bool ConvertToOneUnit(std::uint32_t page, const char* bytes, int length, std::ui
 namespace testing {
 
 int CodePageInfoQueries() {
-  return g_info_queries.load(std::memory_order_relaxed);
+  return g_infoQueries.load(std::memory_order_relaxed);
 }
 
 int CodePageConverterOpens() {
-  return g_converter_opens.load(std::memory_order_relaxed);
+  return g_converterOpens.load(std::memory_order_relaxed);
 }
 
 void CloseCodePageConverters() {

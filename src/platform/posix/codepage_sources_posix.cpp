@@ -104,7 +104,7 @@ CodePageSource FindCodePageSource(std::uint32_t page) {
     if (named.page == page) {
       source.library = named.library;
       source.name = named.name;
-      source.double_byte_euc_jp = page == 20932;
+      source.doubleByteEucJp = page == 20932;
       return source;
     }
   }

@@ -18,7 +18,7 @@ struct CodePageSource {
   // The converter's name in that library.
   std::string name;
   // EUC-JP cut to characters of two bytes (see OpenDoubleByteEucJpDecoder).
-  bool double_byte_euc_jp = false;
+  bool doubleByteEucJp = false;
 };
 
 // The source of `page`, a resolved page number (no pseudo page). kNone for a

@@ -73,44 +73,44 @@ bool AcceptedCall(const DATA_BLOB* input,
 // Seals `data` behind the header that `blob` already holds, and writes the
 // nonce into the header first. `blob` has room for header, data and tag.
 bool Seal(unsigned char* blob,
-          std::size_t header_size,
+          std::size_t headerSize,
           const unsigned char* data,
-          std::size_t data_size) {
+          std::size_t dataSize) {
   SecretBytes<kKeySize> key;
   CipherContext context;
-  unsigned char* sealed = blob + header_size;
-  int final_size = 0;
+  unsigned char* sealed = blob + headerSize;
+  int finalSize = 0;
   return context.get() != nullptr && DeriveMachineKey(kKeyPurpose, key.data(), key.size()) &&
          RAND_bytes(blob + kNonceOffset, kNonceSize) == 1 &&
          EVP_EncryptInit_ex(context.get(), EVP_aes_256_gcm(), nullptr, key.data(),
                             blob + kNonceOffset) == 1 &&
-         CipherUpdate(context.get(), nullptr, blob, header_size) &&
-         CipherUpdate(context.get(), sealed, data, data_size) &&
-         EVP_EncryptFinal_ex(context.get(), sealed + data_size, &final_size) == 1 &&
-         EVP_CIPHER_CTX_ctrl(context.get(), EVP_CTRL_GCM_GET_TAG, kTagSize, sealed + data_size) ==
+         CipherUpdate(context.get(), nullptr, blob, headerSize) &&
+         CipherUpdate(context.get(), sealed, data, dataSize) &&
+         EVP_EncryptFinal_ex(context.get(), sealed + dataSize, &finalSize) == 1 &&
+         EVP_CIPHER_CTX_ctrl(context.get(), EVP_CTRL_GCM_GET_TAG, kTagSize, sealed + dataSize) ==
              1;
 }
 
 // Opens the sealed data of `blob` into `plain`; false if anything of the blob
 // was changed or the key differs.
 bool Open(const unsigned char* blob,
-          std::size_t header_size,
-          std::size_t data_size,
+          std::size_t headerSize,
+          std::size_t dataSize,
           unsigned char* plain) {
   SecretBytes<kKeySize> key;
   CipherContext context;
-  const unsigned char* sealed = blob + header_size;
+  const unsigned char* sealed = blob + headerSize;
   // OpenSSL takes the expected tag through a non-const pointer but only reads it.
   unsigned char tag[kTagSize];
-  std::memcpy(tag, sealed + data_size, kTagSize);
-  int final_size = 0;
+  std::memcpy(tag, sealed + dataSize, kTagSize);
+  int finalSize = 0;
   return context.get() != nullptr && DeriveMachineKey(kKeyPurpose, key.data(), key.size()) &&
          EVP_DecryptInit_ex(context.get(), EVP_aes_256_gcm(), nullptr, key.data(),
                             blob + kNonceOffset) == 1 &&
-         CipherUpdate(context.get(), nullptr, blob, header_size) &&
-         CipherUpdate(context.get(), plain, sealed, data_size) &&
+         CipherUpdate(context.get(), nullptr, blob, headerSize) &&
+         CipherUpdate(context.get(), plain, sealed, dataSize) &&
          EVP_CIPHER_CTX_ctrl(context.get(), EVP_CTRL_GCM_SET_TAG, kTagSize, tag) == 1 &&
-         EVP_DecryptFinal_ex(context.get(), plain + data_size, &final_size) == 1;
+         EVP_DecryptFinal_ex(context.get(), plain + dataSize, &finalSize) == 1;
 }
 
 // A LocalAlloc copy of the stored description, terminated.
@@ -136,8 +136,8 @@ BOOL CryptProtectData(DATA_BLOB* input,
   if (!AcceptedCall(input, output, entropy, reserved, prompt, flags, kProtectLocalMachine))
     return FALSE;
   const std::uint64_t chars = description != nullptr ? std::wcslen(description) : 0;
-  const std::uint64_t header_size = kHeaderSize + 4 * chars;
-  const std::uint64_t total = header_size + input->cbData + kTagSize;
+  const std::uint64_t headerSize = kHeaderSize + 4 * chars;
+  const std::uint64_t total = headerSize + input->cbData + kTagSize;
   if (total > UINT32_MAX)
     return FALSE;
   auto* blob = static_cast<unsigned char*>(LocalAlloc(LMEM_FIXED, total));
@@ -148,8 +148,8 @@ BOOL CryptProtectData(DATA_BLOB* input,
   StoreLe32(blob + kCharsOffset, static_cast<std::uint32_t>(chars));
   for (std::uint64_t i = 0; i < chars; ++i)
     StoreLe32(blob + kHeaderSize + 4 * i, static_cast<std::uint32_t>(description[i]));
-  ScopedOpensslErrors keep_error_queue;
-  if (!Seal(blob, header_size, input->pbData, input->cbData)) {
+  ScopedOpensslErrors keepErrorQueue;
+  if (!Seal(blob, headerSize, input->pbData, input->cbData)) {
     LocalFree(blob);
     return FALSE;
   }
@@ -173,28 +173,28 @@ BOOL CryptUnprotectData(DATA_BLOB* input,
       LoadLe32(blob + kVersionOffset) != kFormatVersion)
     return FALSE;
   const std::uint64_t chars = LoadLe32(blob + kCharsOffset);
-  const std::uint64_t header_size = kHeaderSize + 4 * chars;
-  if (header_size + kTagSize > size)
+  const std::uint64_t headerSize = kHeaderSize + 4 * chars;
+  if (headerSize + kTagSize > size)
     return FALSE;
-  const std::size_t data_size = size - header_size - kTagSize;
+  const std::size_t dataSize = size - headerSize - kTagSize;
 
-  auto* plain = static_cast<unsigned char*>(LocalAlloc(LMEM_FIXED, data_size));
+  auto* plain = static_cast<unsigned char*>(LocalAlloc(LMEM_FIXED, dataSize));
   if (plain == nullptr)
     return FALSE;
-  ScopedOpensslErrors keep_error_queue;
+  ScopedOpensslErrors keepErrorQueue;
   wchar_t* text = nullptr;
   const bool opened =
-      Open(blob, header_size, data_size, plain) &&
+      Open(blob, headerSize, dataSize, plain) &&
       (description == nullptr || (text = CopyDescription(blob + kHeaderSize, chars)) != nullptr);
   if (!opened) {
     // GCM writes plain bytes before it checks the tag; none may escape.
-    SecureWipe(plain, data_size);
+    SecureWipe(plain, dataSize);
     LocalFree(plain);
     return FALSE;
   }
   if (description != nullptr)
     *description = text;
-  output->cbData = static_cast<DWORD>(data_size);
+  output->cbData = static_cast<DWORD>(dataSize);
   output->pbData = plain;
   return TRUE;
 }

@@ -23,7 +23,7 @@
 namespace base::platform {
 namespace {
 
-std::atomic<bool> g_fail_writes{false};
+std::atomic<bool> g_failWrites{false};
 
 bool IsSeparator(char c) {
   return c == '/' || c == '\\';
@@ -90,7 +90,7 @@ std::int64_t ReadFileAt(NativeFile file, void* buffer, std::size_t size, std::ui
 }
 
 bool WriteFileAt(NativeFile file, const void* data, std::size_t size, std::uint64_t offset) {
-  if (g_fail_writes.load(std::memory_order_relaxed))
+  if (g_failWrites.load(std::memory_order_relaxed))
     return false;
   const char* bytes = static_cast<const char*>(data);
   while (size > 0) {
@@ -122,7 +122,7 @@ void CloseFile(NativeFile file) {
 
 struct OutputDirectory::State {
   std::string root;
-  int root_fd = -1;
+  int rootFd = -1;
   // The directories below the root that the last walk went through, outermost
   // first, with an O_PATH descriptor of each.
   std::vector<std::string> names;
@@ -130,7 +130,7 @@ struct OutputDirectory::State {
 
   ~State() {
     Truncate(0);
-    CloseDescriptor(root_fd);
+    CloseDescriptor(rootFd);
   }
 
   void Truncate(std::size_t depth) {
@@ -142,14 +142,14 @@ struct OutputDirectory::State {
   }
 
   bool OpenRoot(bool create) {
-    if (root_fd >= 0)
+    if (rootFd >= 0)
       return true;
-    root_fd = open(root.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
-    if (root_fd < 0 && create) {
+    rootFd = open(root.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+    if (rootFd < 0 && create) {
       MakeRootDirectories(root);
-      root_fd = open(root.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+      rootFd = open(root.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
     }
-    return root_fd >= 0;
+    return rootFd >= 0;
   }
 
   // The directory reached through the first `count` of `parts`, or -1 with
@@ -164,7 +164,7 @@ struct OutputDirectory::State {
     if (kept < count)
       Truncate(kept);
     for (std::size_t i = kept; i < count; ++i) {
-      const int parent = i == 0 ? root_fd : fds.back();
+      const int parent = i == 0 ? rootFd : fds.back();
       std::string name(parts[i]);
       int fd = OpenDirectoryAt(parent, name);
       if (fd < 0 && errno == ENOENT && create) {
@@ -176,7 +176,7 @@ struct OutputDirectory::State {
       fds.push_back(fd);
       names.push_back(std::move(name));
     }
-    return count == 0 ? root_fd : fds[count - 1];
+    return count == 0 ? rootFd : fds[count - 1];
   }
 };
 
@@ -226,7 +226,7 @@ NativeFile OutputDirectory::CreateNewFile(std::string_view relative) {
 namespace testing {
 
 void FailFileWrites(bool fail) {
-  g_fail_writes.store(fail, std::memory_order_relaxed);
+  g_failWrites.store(fail, std::memory_order_relaxed);
 }
 
 }  // namespace testing

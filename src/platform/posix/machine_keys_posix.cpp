@@ -36,15 +36,15 @@ constexpr unsigned char kApplicationSalt[16] = {0xb2, 0xe8, 0x82, 0x41, 0xf6, 0x
 constexpr std::size_t kIdBytes = 16;
 
 struct IdentityPaths {
-  std::string machine_id = kMachineIdPath;
-  std::string boot_id = kBootIdPath;
+  std::string machineId = kMachineIdPath;
+  std::string bootId = kBootIdPath;
 };
 
-std::mutex g_paths_lock;
+std::mutex g_pathsLock;
 IdentityPaths g_paths;
 
 IdentityPaths CurrentPaths() {
-  std::lock_guard<std::mutex> hold(g_paths_lock);
+  std::lock_guard<std::mutex> hold(g_pathsLock);
   return g_paths;
 }
 
@@ -82,17 +82,17 @@ int HexValue(char c) {
 
 // Reads a 128-bit id into `id` (kIdBytes): 32 hex digits, or with
 // `uuid_form` the 36 characters of a UUID, then at most one newline.
-bool ReadId(const std::string& path, bool uuid_form, unsigned char* id) {
+bool ReadId(const std::string& path, bool uuidForm, unsigned char* id) {
   constexpr std::size_t kCapacity = 40;
   char text[kCapacity + 1];
   std::size_t size = 0;
   bool ok = ReadSmallFile(path, text, kCapacity, size);
   if (ok && size > 0 && text[size - 1] == '\n')
     --size;
-  ok = ok && size == (uuid_form ? 36u : 32u);
+  ok = ok && size == (uuidForm ? 36u : 32u);
   std::size_t digits = 0;
   for (std::size_t i = 0; ok && i < size; ++i) {
-    if (uuid_form && (i == 8 || i == 13 || i == 18 || i == 23)) {
+    if (uuidForm && (i == 8 || i == 13 || i == 18 || i == 23)) {
       ok = text[i] == '-';
       continue;
     }
@@ -109,7 +109,7 @@ bool ReadId(const std::string& path, bool uuid_form, unsigned char* id) {
 }
 
 bool Hkdf(const unsigned char* ikm,
-          std::size_t ikm_size,
+          std::size_t ikmSize,
           const char* purpose,
           unsigned char* key,
           std::size_t size) {
@@ -121,7 +121,7 @@ bool Hkdf(const unsigned char* ikm,
   char digest[] = "SHA256";
   OSSL_PARAM params[] = {OSSL_PARAM_construct_utf8_string(OSSL_KDF_PARAM_DIGEST, digest, 0),
                          OSSL_PARAM_construct_octet_string(
-                             OSSL_KDF_PARAM_KEY, const_cast<unsigned char*>(ikm), ikm_size),
+                             OSSL_KDF_PARAM_KEY, const_cast<unsigned char*>(ikm), ikmSize),
                          OSSL_PARAM_construct_octet_string(
                              OSSL_KDF_PARAM_SALT, const_cast<unsigned char*>(kApplicationSalt),
                              sizeof kApplicationSalt),
@@ -137,15 +137,15 @@ bool Hkdf(const unsigned char* ikm,
 
 bool DeriveMachineKey(const char* purpose, unsigned char* key, std::size_t size) {
   SecretBytes<kIdBytes> machine;
-  return ReadId(CurrentPaths().machine_id, false, machine.data()) &&
+  return ReadId(CurrentPaths().machineId, false, machine.data()) &&
          Hkdf(machine.data(), machine.size(), purpose, key, size);
 }
 
 bool DeriveBootKey(const char* purpose, unsigned char* key, std::size_t size) {
   const IdentityPaths paths = CurrentPaths();
   SecretBytes<2 * kIdBytes> identity;
-  return ReadId(paths.machine_id, false, identity.data()) &&
-         ReadId(paths.boot_id, true, identity.data() + kIdBytes) &&
+  return ReadId(paths.machineId, false, identity.data()) &&
+         ReadId(paths.bootId, true, identity.data() + kIdBytes) &&
          Hkdf(identity.data(), identity.size(), purpose, key, size);
 }
 
@@ -153,14 +153,14 @@ bool DeriveBootKey(const char* purpose, unsigned char* key, std::size_t size) {
 
 namespace base::platform::testing {
 
-void SetMachineIdentityFiles(const std::string& machine_id_path, const std::string& boot_id_path) {
-  std::lock_guard<std::mutex> hold(posix::g_paths_lock);
-  posix::g_paths.machine_id = machine_id_path;
-  posix::g_paths.boot_id = boot_id_path;
+void SetMachineIdentityFiles(const std::string& machineIdPath, const std::string& bootIdPath) {
+  std::lock_guard<std::mutex> hold(posix::g_pathsLock);
+  posix::g_paths.machineId = machineIdPath;
+  posix::g_paths.bootId = bootIdPath;
 }
 
 void ResetMachineIdentity() {
-  std::lock_guard<std::mutex> hold(posix::g_paths_lock);
+  std::lock_guard<std::mutex> hold(posix::g_pathsLock);
   posix::g_paths = posix::IdentityPaths();
 }
 

@@ -24,7 +24,7 @@ struct MemoryCipher {
   const EVP_CIPHER* (*cipher)();
   const char* purpose;
   DWORD unit;  // the cipher's block, which is also its IV
-  std::size_t key_size;
+  std::size_t keySize;
 };
 
 const MemoryCipher kCryptMemoryCipher = {EVP_aes_256_cbc, "memory block/1/aes-256-cbc",
@@ -40,14 +40,14 @@ bool CipherInPlace(const MemoryCipher& service, void* block, DWORD size, bool en
     return false;
   if (size == 0)
     return true;
-  ScopedOpensslErrors keep_error_queue;
-  SecretBytes<kMaxKeyAndIv> key_and_iv;
+  ScopedOpensslErrors keepErrorQueue;
+  SecretBytes<kMaxKeyAndIv> keyAndIv;
   CipherContext context;
   auto* bytes = static_cast<unsigned char*>(block);
   return context.get() != nullptr &&
-         DeriveBootKey(service.purpose, key_and_iv.data(), service.key_size + service.unit) &&
-         EVP_CipherInit_ex(context.get(), service.cipher(), nullptr, key_and_iv.data(),
-                           key_and_iv.data() + service.key_size, encipher ? 1 : 0) == 1 &&
+         DeriveBootKey(service.purpose, keyAndIv.data(), service.keySize + service.unit) &&
+         EVP_CipherInit_ex(context.get(), service.cipher(), nullptr, keyAndIv.data(),
+                           keyAndIv.data() + service.keySize, encipher ? 1 : 0) == 1 &&
          EVP_CIPHER_CTX_set_padding(context.get(), 0) == 1 &&
          CipherUpdate(context.get(), bytes, bytes, size);
 }

@@ -172,21 +172,21 @@ bool MessageQueue::PopPosted(Posted& out) {
 
 bool MessageQueue::PopDueTimer(std::uint32_t now, Window*& window, std::uintptr_t& id) {
   std::lock_guard<std::mutex> lock(mutex_);
-  Timer* most_late = nullptr;
+  Timer* mostLate = nullptr;
   for (Timer& t : timers_) {
     if (TicksUntil(t.due, now) <= 0 &&
-        (!most_late || TicksUntil(t.due, now) < TicksUntil(most_late->due, now))) {
-      most_late = &t;
+        (!mostLate || TicksUntil(t.due, now) < TicksUntil(mostLate->due, now))) {
+      mostLate = &t;
     }
   }
-  if (!most_late)
+  if (!mostLate)
     return false;
   // Keep the phase when on time; periods missed altogether fold into this one.
-  most_late->due += most_late->period;
-  if (TicksUntil(most_late->due, now) <= 0)
-    most_late->due = now + most_late->period;
-  window = most_late->window;
-  id = most_late->id;
+  mostLate->due += mostLate->period;
+  if (TicksUntil(mostLate->due, now) <= 0)
+    mostLate->due = now + mostLate->period;
+  window = mostLate->window;
+  id = mostLate->id;
   return true;
 }
 

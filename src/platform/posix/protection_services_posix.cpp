@@ -26,7 +26,7 @@ ServiceFunction Erase(Fn function) {
   return reinterpret_cast<ServiceFunction>(function);
 }
 
-ServiceModule kModules[] = {{kCrypt32Module}, {kAdvapi32Module}};
+ServiceModule g_modules[] = {{kCrypt32Module}, {kAdvapi32Module}};
 constexpr int kCrypt32 = 0;
 constexpr int kAdvapi32 = 1;
 
@@ -59,7 +59,7 @@ bool NamesModule(const char* name, const char* module) {
 ServiceModule* LoadServiceModule(const char* name) {
   if (name == nullptr)
     return nullptr;
-  for (ServiceModule& module : kModules) {
+  for (ServiceModule& module : g_modules) {
     if (!NamesModule(name, module.name) || controls::IsModuleRemoved(module.name))
       continue;
     controls::CountLoad();
@@ -71,7 +71,7 @@ ServiceModule* LoadServiceModule(const char* name) {
 ServiceFunction FindServiceFunction(ServiceModule* module, const char* name) {
   if (module == nullptr || name == nullptr)
     return nullptr;
-  const auto moduleIndex = module - kModules;
+  const auto moduleIndex = module - g_modules;
   for (const FunctionEntry& entry : kFunctions) {
     if (entry.module == moduleIndex && std::strcmp(entry.name, name) == 0)
       return controls::Controlled(name, entry.function);

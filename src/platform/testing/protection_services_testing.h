@@ -27,7 +27,7 @@ int ServiceModuleLoads();
 // Keys come from these files instead of /etc/machine-id and
 // /proc/sys/kernel/random/boot_id until reset. A file that is missing,
 // unreadable or malformed makes the services fail.
-void SetMachineIdentityFiles(const std::string& machine_id_path, const std::string& boot_id_path);
+void SetMachineIdentityFiles(const std::string& machineIdPath, const std::string& bootIdPath);
 void ResetMachineIdentity();
 
 }  // namespace base::platform::testing

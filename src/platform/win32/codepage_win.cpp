@@ -26,9 +26,9 @@ bool QueryCodePageInfo(std::uint32_t page, CodePageInfo& info) {
   if (!GetCPInfoExW(page, 0, &system))
     return false;
   CodePageInfo result;
-  result.max_char_size = system.MaxCharSize;
-  std::copy(system.LeadByte, system.LeadByte + kLeadByteCells, result.lead_bytes);
-  result.unicode_default_char = system.UnicodeDefaultChar;
+  result.maxCharSize = system.MaxCharSize;
+  std::copy(system.LeadByte, system.LeadByte + kLeadByteCells, result.leadBytes);
+  result.unicodeDefaultChar = system.UnicodeDefaultChar;
   info = result;
   return true;
 }
