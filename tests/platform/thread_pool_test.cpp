@@ -27,18 +27,20 @@ std::uint32_t Report(void* context) {
   return 0;
 }
 
-TEST(ThreadPoolTest, RunsItemsOnPoolThreadsAndRefusesOnRequest) {
+TEST(ThreadPoolTest, RunsItemsOnPoolThreads) {
   Signal first;
   ASSERT_TRUE(QueueWorkItem(&Report, &first, 0));
   ASSERT_EQ(WaitForSingleObject(first.done, 5000), WAIT_OBJECT_0);
   EXPECT_NE(first.threadId.load(), 0u);
   EXPECT_NE(first.threadId.load(), CurrentThreadId());
+}
 
+TEST(ThreadPoolTest, RefusedItemsNeverRunAndAFailureIsForOneItemOnly) {
   Signal refused;
   testing::FailNextWorkItem();
   EXPECT_FALSE(QueueWorkItem(&Report, &refused, 0));
   EXPECT_FALSE(QueueWorkItem(nullptr, &refused, 0));
-  Signal after;  // the failure was for one item only; the long-run hint is accepted
+  Signal after;  // the long-run hint is accepted too
   ASSERT_TRUE(QueueWorkItem(&Report, &after, kWorkItemLongFunction));
   EXPECT_EQ(WaitForSingleObject(after.done, 5000), WAIT_OBJECT_0);
   EXPECT_EQ(WaitForSingleObject(refused.done, 50), WAIT_TIMEOUT);
