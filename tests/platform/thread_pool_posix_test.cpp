@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <cstdint>
 #include <mutex>
@@ -126,6 +127,80 @@ TEST(ThreadPoolPosixTest, SleepCountsAsBlockedWhileItLasts) {
         return counts.blocked == 0 && counts.running == 0;
       },
       "the sleep's end"));
+}
+
+// Items that block in a wait of the library until the test opens it, then
+// run on for a while: the part after the wait is runnable work again.
+struct Resumers {
+  HANDLE open = CreateEvent(true, false);
+  std::atomic<int> waiting{0};
+  std::atomic<int> resumed{0};
+  std::atomic<int> inside{0};
+  std::atomic<int> peak{0};
+  std::atomic<int> finished{0};
+  int everyone = 0;
+
+  ~Resumers() { CloseHandle(open); }
+
+  // After the wait: runnable for two milliseconds, counting how many are inside
+  // at once. It yields meanwhile, so that without turns every woken item
+  // would be inside together even on one core.
+  static std::uint32_t BusyAfterWait(void* context) {
+    auto* self = static_cast<Resumers*>(context);
+    self->waiting.fetch_add(1);
+    WaitForSingleObject(self->open, INFINITE);
+    const int now = self->inside.fetch_add(1) + 1;
+    int seen = self->peak.load();
+    while (now > seen && !self->peak.compare_exchange_weak(seen, now)) {
+    }
+    const auto until = std::chrono::steady_clock::now() + std::chrono::milliseconds(2);
+    while (std::chrono::steady_clock::now() < until)
+      std::this_thread::yield();
+    self->inside.fetch_sub(1);
+    self->finished.fetch_add(1);
+    return 0;
+  }
+
+  // After the wait: spins until every other item is past its wait too, which
+  // the pool cannot see; only the watchdog can let them all go on.
+  static std::uint32_t SpinUntilAllResumed(void* context) {
+    auto* self = static_cast<Resumers*>(context);
+    self->waiting.fetch_add(1);
+    WaitForSingleObject(self->open, INFINITE);
+    self->resumed.fetch_add(1);
+    while (self->resumed.load() < self->everyone)
+      std::this_thread::yield();
+    self->finished.fetch_add(1);
+    return 0;
+  }
+
+  void StartAndOpen(WorkItemFunction item, int items) {
+    everyone = items;
+    for (int i = 0; i < items; ++i)
+      ASSERT_TRUE(QueueWorkItem(item, this, 0));
+    ASSERT_TRUE(WaitUntil([&] { return waiting.load() == items; }, "every item to wait"));
+    ASSERT_TRUE(
+        WaitUntil([&] { return testing::CountPool().blocked == static_cast<std::size_t>(items); },
+                  "every item to block"));
+    SetEvent(open);
+    ASSERT_TRUE(WaitUntil([&] { return finished.load() == items; }, "every item to end"));
+  }
+};
+
+// Many waits that end at once do not set many workers running at once: each
+// woken worker waits for a turn. One step of the watchdog may add one more.
+TEST(ThreadPoolPosixTest, WorkersWokenTogetherRunAboutOnePerCore) {
+  Resumers resumers;
+  resumers.StartAndOpen(&Resumers::BusyAfterWait, static_cast<int>(kCores) * 4);
+  EXPECT_LE(resumers.peak.load(), static_cast<int>(kCores) + 1);
+}
+
+// Woken workers that wait for each other in a way the pool cannot see all get
+// their turn from the watchdog.
+TEST(ThreadPoolPosixTest, WokenWorkersThatWaitForEachOtherAllGoOn) {
+  Resumers resumers;
+  resumers.StartAndOpen(&Resumers::SpinUntilAllResumed, static_cast<int>(kCores) + 3);
+  EXPECT_EQ(resumers.resumed.load(), static_cast<int>(kCores) + 3);
 }
 
 TEST(ThreadPoolPosixTest, NoMoreThanTheCapRunAtOnce) {

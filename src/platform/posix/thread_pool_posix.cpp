@@ -1,11 +1,12 @@
 // The elastic pool. Items wait in one FIFO queue under one mutex, held only
-// for a few counter updates and a push or a pop. Workers are in one of four
-// states, each counted:
+// for a few counter updates and a push or a pop. Workers are in one of five
+// states:
 //
 //   searching  awake without an item: starting, just woken, or spinning for a
 //              moment after an item before going to sleep
 //   running    inside an item
 //   blocked    inside an item, in one of the library's waits
+//   waiting    inside an item whose wait has ended, for a turn to run on
 //   idle       asleep on a LIFO stack, so a wake finds the most recently idle
 //              (cache-warm) worker and the bottom of the stack retires
 //
@@ -18,13 +19,20 @@
 // that wake together after a long wait go back to sleep instead of all taking
 // items at once.
 //
+// A worker whose wait ends is runnable work too. It goes on at once while
+// fewer than `target_` workers run; otherwise it waits for the next worker
+// that ends an item or blocks, which hands its turn over directly, before any
+// queued item. Without that turn, a stop that interrupts hundreds of sleeping
+// tasks wakes them all at once, and they convoy on the locks that every
+// task's end takes.
+//
 // Liveness: items may wait for each other. A worker that blocks stops counting
 // as running, so the same rule wakes or starts another worker at once while
 // items wait. Blocking that the pool cannot see is covered by the watchdog:
-// while items wait and none has been taken for kWatchdogTick, it lets one more
-// worker run, and waits twice as long after each such step, up to
-// kWatchdogMaxTick. The target falls back to the core count once the queue
-// is empty.
+// while items or woken workers wait and none has gone on for kWatchdogTick, it
+// lets one more worker run, and waits twice as long after each such step, up
+// to kWatchdogMaxTick. The target falls back to the core count once nothing
+// waits.
 //
 // Lifetime: the pool lives in static storage and is torn down by an exit-table
 // entry, added after the waitable objects' table exists, so it runs before
@@ -70,13 +78,14 @@ struct WorkItem {
 struct Worker {
   std::condition_variable wake;
   std::thread thread;
-  bool woken = false;  // guarded by the pool's mutex
+  bool woken = false;  // guarded by the pool's mutex; set by the one who wakes it
 };
 
 // What the calling thread is to the pool. Trivially destructible, so it does
 // not pin the module.
 enum class ThreadRole : unsigned char { kOther, kInItem, kBlocked };
 thread_local ThreadRole t_role = ThreadRole::kOther;
+thread_local Worker* t_worker = nullptr;  // the calling pool thread's record
 
 std::atomic<bool> g_failNextItem{false};
 
@@ -107,10 +116,7 @@ class ThreadPool {
       return false;
     queue_.push_back(item);
     queued_.store(queue_.size(), std::memory_order_relaxed);
-    if (watchdogAsleep_) {
-      watchdogAsleep_ = false;
-      watchdogWake_.notify_one();
-    }
+    WakeWatchdog();
     if (Cover(lock) || live_ != 0)
       return true;
     // No worker could be started and there is none to take the item. Take it
@@ -153,9 +159,13 @@ class ThreadPool {
     if (ProcessIsEnding())
       WaitForProcessEnd();
     t_role = ThreadRole::kInItem;
-    std::lock_guard<std::mutex> lock(mutex_);
-    ++running_;
+    std::unique_lock<std::mutex> lock(mutex_);
     --blocked_;
+    if (running_ < target_ || stopped_) {
+      ++running_;
+      return;
+    }
+    WaitForTurn(lock, t_worker);
   }
 
   testing::PoolCounts Counts() {
@@ -180,10 +190,12 @@ class ThreadPool {
     // Work items use waitable objects. Touching their table first makes it
     // built before the pool, and so destroyed after the pool's join at unload.
     CloseHandle(nullptr);
-    // With room for every worker, the bookkeeping of a start never allocates.
+    // With room for every worker, the bookkeeping of a start or of a wait's
+    // end never allocates.
     records_.reserve(kMaxPoolWorkers);
     idle_.reserve(kMaxPoolWorkers);
     spare_.reserve(kMaxPoolWorkers);
+    waitingForTurn_.reserve(kMaxPoolWorkers);
   }
   ~ThreadPool() = default;
 
@@ -233,11 +245,50 @@ class ThreadPool {
     WaitForProcessEnd();
   }
 
-  // Under the lock: one worker fewer runs an item (it ended or blocks).
+  // Under the lock: one worker fewer runs an item (it ended or blocks). Its
+  // turn goes to a woken worker if one waits.
   void LeaveRunning() {
     --running_;
     if (stopped_)
       itemsLeft_.notify_all();
+    GiveTurns();
+  }
+
+  // Under the lock: a worker whose wait has ended waits until it may run
+  // again. The one who gives it the turn counts it as running. A stop lets
+  // every such worker go on; at the end of the process none is woken, so it
+  // stays here until the process ends it.
+  void WaitForTurn(std::unique_lock<std::mutex>& lock, Worker* self) {
+    self->woken = false;
+    waitingForTurn_.push_back(self);
+    WakeWatchdog();
+    self->wake.wait(lock, [this, self] { return self->woken || stopped_; });
+    if (ProcessIsEnding()) {
+      if (self->woken)
+        LeaveRunning();  // the turn it was given goes unused
+      ParkUntilProcessEnd(lock);
+    }
+    if (!self->woken)
+      ++running_;
+  }
+
+  // Under the lock: hands out turns while fewer than the target run.
+  void GiveTurns() {
+    while (!waitingForTurn_.empty() && running_ < target_ && !stopped_) {
+      Worker* worker = waitingForTurn_.front();
+      waitingForTurn_.erase(waitingForTurn_.begin());
+      worker->woken = true;
+      ++running_;
+      ++progress_;
+      worker->wake.notify_one();
+    }
+  }
+
+  void WakeWatchdog() {
+    if (watchdogAsleep_) {
+      watchdogAsleep_ = false;
+      watchdogWake_.notify_one();
+    }
   }
 
   // Under the lock: no item starts from here on, and every sleeper wakes.
@@ -246,6 +297,7 @@ class ThreadPool {
     queue_.clear();
     queued_.store(0, std::memory_order_relaxed);
     idle_.clear();
+    waitingForTurn_.clear();
     for (auto& record : records_)
       record->wake.notify_one();
     watchdogWake_.notify_one();
@@ -255,6 +307,7 @@ class ThreadPool {
   // note at the top). Called with `lock` held, which it may let go of for a
   // while. False only if a worker was needed and could not be started.
   bool Cover(std::unique_lock<std::mutex>& lock) {
+    GiveTurns();
     if (queue_.empty() || searching_ != 0 || running_ >= target_)
       return true;
     return WakeOrStart(lock);
@@ -312,6 +365,7 @@ class ThreadPool {
   }
 
   void WorkerMain(Worker* self) {
+    t_worker = self;
     std::unique_lock<std::mutex> lock(mutex_);
     for (;;) {
       if (!queue_.empty() && running_ < target_) {
@@ -341,7 +395,7 @@ class ThreadPool {
     const WorkItem item = queue_.front();
     queue_.pop_front();
     queued_.store(queue_.size(), std::memory_order_relaxed);
-    ++taken_;
+    ++progress_;
     --searching_;
     ++running_;
     Cover(lock);  // the items behind this one need a worker of their own
@@ -394,26 +448,27 @@ class ThreadPool {
     }
   }
 
-  // Lets one more worker run while items wait and none is taken: blocking
-  // that the pool cannot see. Sleeps for good while the queue is empty.
+  // Lets one more worker run while items or woken workers wait and none goes
+  // on: blocking that the pool cannot see. Sleeps for good while nothing
+  // waits.
   void WatchdogMain() {
     std::unique_lock<std::mutex> lock(mutex_);
     Milliseconds tick = kWatchdogTick;
-    std::uint64_t seen = taken_;
+    std::uint64_t seen = progress_;
     while (!stopped_) {
-      if (queue_.empty()) {
+      if (!SomethingWaits()) {
         target_ = cores_;
         watchdogAsleep_ = true;
         watchdogWake_.wait(lock);
         watchdogAsleep_ = false;
         tick = kWatchdogTick;
-        seen = taken_;
+        seen = progress_;
         continue;
       }
       watchdogWake_.wait_for(lock, tick);
       if (stopped_)
         break;
-      const bool stuck = !queue_.empty() && taken_ == seen && searching_ == 0;
+      const bool stuck = SomethingWaits() && progress_ == seen && searching_ == 0;
       if (stuck && running_ < cap_) {
         target_ = running_ + 1;
         Cover(lock);
@@ -421,11 +476,13 @@ class ThreadPool {
       } else if (!stuck) {
         tick = kWatchdogTick;
       }
-      seen = taken_;
+      seen = progress_;
     }
     if (ProcessIsEnding())
       ParkUntilProcessEnd(lock);
   }
+
+  bool SomethingWaits() const { return !queue_.empty() || !waitingForTurn_.empty(); }
 
   const std::size_t cores_ = CoreCount();
   std::mutex shutdownMutex_;
@@ -439,13 +496,14 @@ class ThreadPool {
   std::vector<Worker*> idle_;                     // idle workers, latest last
   std::vector<Worker*> spare_;                    // records whose worker ended
   std::deque<WorkItem> queue_;
-  std::size_t live_ = 0;         // workers started and not yet ended
-  std::size_t searching_ = 0;    // awake without an item
-  std::size_t running_ = 0;      // inside an item, not blocked
-  std::size_t blocked_ = 0;      // inside an item, in a wait of the library
-  std::size_t creating_ = 0;     // thread creations in progress
-  std::uint64_t taken_ = 0;      // items taken since the start
-  std::size_t target_ = cores_;  // the most workers that take items at once
+  std::vector<Worker*> waitingForTurn_;  // woken workers, oldest first
+  std::size_t live_ = 0;                 // workers started and not yet ended
+  std::size_t searching_ = 0;            // awake without an item
+  std::size_t running_ = 0;              // inside an item, not blocked
+  std::size_t blocked_ = 0;              // inside an item, in a wait of the library
+  std::size_t creating_ = 0;             // thread creations in progress
+  std::uint64_t progress_ = 0;           // items taken and turns given since the start
+  std::size_t target_ = cores_;          // the most workers that take items at once
   std::size_t cap_ = kMaxPoolWorkers;
   bool stopped_ = false;
   bool watchdogStarted_ = false;
