@@ -3,7 +3,9 @@
 // cursor). Copies, resets and new input are part of the script, so that a
 // cursor or an owned input that does not survive them shows up in the next
 // read.
+#include <climits>
 #include <cstring>
+#include <new>
 #include <string>
 
 #include "fuzz_check.h"
@@ -134,8 +136,11 @@ class Reader {
     const bool headIn = tagIn && left - tagWidth >= static_cast<std::size_t>(head);
     const std::uint64_t len = headIn && head > 0 ? ReadNumber(in_, pos_ + tagWidth, head, true) : 0;
     const std::size_t body = pos_ + tagWidth + head;
-    if (!zeroCopy && len > kMaxClaim)
+    if (!zeroCopy && len > kMaxClaim) {
+      if (len > INT_MAX)
+        HugeClaim(tagWidth, type, body);
       return;  // would allocate what the head claims; covered by the unit tests
+    }
 
     std::uint32_t tag = 0;
     bool ok = false;
@@ -169,6 +174,21 @@ class Reader {
       FUZZ_CHECK(!ok || SameBytes(value, len ? &in_[body] : nullptr, len));
     }
     ExpectCursor(body + (ok ? len : 0));
+  }
+
+  // A claim of 2^31 bytes or more is refused like a failed allocation of its
+  // size, without trying one: tag and head are used up, the value untouched.
+  void HugeClaim(int tagWidth, OrvCommPackDataType type, std::size_t body) {
+    Buffer value;
+    std::uint32_t tag = 0;
+    bool refused = false;
+    try {
+      TlvBuffer(tagWidth, value, type, tag);
+    } catch (const std::bad_alloc&) {
+      refused = true;
+    }
+    FUZZ_CHECK(refused && value.IsEmpty());
+    ExpectCursor(body);
   }
 
   bool TlvBuffer(int width, Buffer& value, OrvCommPackDataType type, std::uint32_t& tag) {
@@ -254,6 +274,15 @@ class Reader {
     FUZZ_CHECK(pack_.CheckBufEndChar(c) == want);
   }
 
+  // A reader refuses writes, and copies into nowhere, without moving.
+  void RefusedWhileReading() {
+    const unsigned char byte = 0x5A;
+    unsigned int len = 0;
+    FUZZ_CHECK(!pack_.AddBYTE(byte) && !pack_.AddBuf(&byte, 1));
+    FUZZ_CHECK(!pack_.CopyBufferOut(nullptr, len) && !pack_.CopyDecodeBufferOut(nullptr, len));
+    ExpectCursor(pos_);
+  }
+
   // The whole input, whatever the cursor says.
   void CopyWholeInput() {
     Bytes all(in_.size() + 1);
@@ -275,6 +304,9 @@ class Reader {
       FUZZ_CHECK(pack_.AddBYTE(0x5A));
       pack_ = copy;
     }
+    CommonPack& plain = pack_;
+    const CommonPack& self = pack_;
+    plain = self;  // an assignment to itself changes nothing
     FUZZ_CHECK(pack_.GetRunMode() == CommonPack::ModeDecode && pack_.GetBufferOutLen() == 0);
     ExpectCursor(pos_);
   }
@@ -295,7 +327,7 @@ class Reader {
   }
 
   void ReadOne() {
-    switch (fdp_.ConsumeIntegralInRange(0, 14)) {
+    switch (fdp_.ConsumeIntegralInRange(0, 15)) {
       case 0: {
         unsigned char v = 0;
         const bool advance = fdp_.ConsumeBool();
@@ -328,6 +360,8 @@ class Reader {
         return ContinueOnCopy();
       case 13:
         return Restart();
+      case 14:
+        return RefusedWhileReading();
       default:
         return VBufLookAhead();
     }
