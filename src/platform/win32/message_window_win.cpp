@@ -17,7 +17,8 @@
 #include "platform/message_window_controls.h"
 #include "platform/win32/window_timers_win.h"
 
-extern "C" IMAGE_DOS_HEADER __ImageBase;
+// The linker's name for the header of the module this code is linked into.
+extern "C" IMAGE_DOS_HEADER __ImageBase;  // NOLINT(readability-identifier-naming)
 
 namespace base::platform {
 namespace {
