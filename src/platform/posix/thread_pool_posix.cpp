@@ -90,9 +90,11 @@ thread_local Worker* t_worker = nullptr;  // the calling pool thread's record
 std::atomic<bool> g_failNextItem{false};
 
 // How long a worker that ran out of items looks for more before it sleeps. It
-// stays on the processor meanwhile: a worker that yielded instead would count
-// as looking for work while it waits behind every other runnable thread of a
-// busy machine, and posters rely on it.
+// yields between looks: the thread that its item woke (a joiner, say) often
+// needs this very processor, and on two cores a spin that held on to it made a
+// post-and-join cycle twice as slow. The price is on a busy machine, where a
+// worker may still count as looking for work for a scheduler slice after its
+// time is up, and posters rely on it.
 constexpr std::chrono::microseconds kSpinTime{50};
 constexpr Milliseconds kWatchdogTick{10};
 constexpr Milliseconds kWatchdogMaxTick{320};
@@ -414,8 +416,8 @@ class ThreadPool {
   bool SpinForItem(std::unique_lock<std::mutex>& lock) {
     lock.unlock();
     const auto until = Clock::now() + kSpinTime;
-    while (queued_.load(std::memory_order_relaxed) == 0 && Clock::now() < until) {
-    }
+    while (queued_.load(std::memory_order_relaxed) == 0 && Clock::now() < until)
+      std::this_thread::yield();
     lock.lock();
     return !queue_.empty();
   }
