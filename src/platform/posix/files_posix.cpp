@@ -18,6 +18,7 @@
 #include <atomic>
 #include <vector>
 
+#include "platform/directory_chain.h"
 #include "platform/testing/files_testing.h"
 
 namespace base::platform {
@@ -123,23 +124,10 @@ void CloseFile(NativeFile file) {
 struct OutputDirectory::State {
   std::string root;
   int rootFd = -1;
-  // The directories below the root that the last walk went through, outermost
-  // first, with an O_PATH descriptor of each.
-  std::vector<std::string> names;
-  std::vector<int> fds;
+  // An O_PATH descriptor of each directory below the root on the last walk.
+  DirectoryChain<int, CloseDescriptor> chain;
 
-  ~State() {
-    Truncate(0);
-    CloseDescriptor(rootFd);
-  }
-
-  void Truncate(std::size_t depth) {
-    while (fds.size() > depth) {
-      CloseDescriptor(fds.back());
-      fds.pop_back();
-      names.pop_back();
-    }
-  }
+  ~State() { CloseDescriptor(rootFd); }
 
   bool OpenRoot(bool create) {
     if (rootFd >= 0)
@@ -152,31 +140,22 @@ struct OutputDirectory::State {
     return rootFd >= 0;
   }
 
+  int At(std::size_t depth) const { return depth == 0 ? rootFd : chain.At(depth); }
+
   // The directory reached through the first `count` of `parts`, or -1 with
-  // errno set. Reuses what the last walk opened; with `create`, makes missing
-  // directories on the way.
+  // errno set. With `create`, makes missing directories on the way.
   int Descend(const std::vector<std::string_view>& parts, std::size_t count, bool create) {
-    std::size_t kept = 0;
-    while (kept < count && kept < names.size() && names[kept] == parts[kept])
-      ++kept;
-    // Deeper directories of the last walk stay open while this one ends above
-    // them: checking a parent must not cost reopening its children.
-    if (kept < count)
-      Truncate(kept);
-    for (std::size_t i = kept; i < count; ++i) {
-      const int parent = i == 0 ? rootFd : fds.back();
-      std::string name(parts[i]);
+    const bool reached = chain.Walk(parts, count, [&](std::size_t depth, std::string_view part) {
+      const int parent = At(depth);
+      const std::string name(part);
       int fd = OpenDirectoryAt(parent, name);
       if (fd < 0 && errno == ENOENT && create) {
         if (mkdirat(parent, name.c_str(), 0777) == 0 || errno == EEXIST)
           fd = OpenDirectoryAt(parent, name);
       }
-      if (fd < 0)
-        return -1;
-      fds.push_back(fd);
-      names.push_back(std::move(name));
-    }
-    return count == 0 ? rootFd : fds[count - 1];
+      return fd < 0 ? std::nullopt : std::optional<int>(fd);
+    });
+    return reached ? At(count) : -1;
   }
 };
 

@@ -19,8 +19,10 @@
 #include <algorithm>
 #include <atomic>
 #include <climits>
+#include <optional>
 #include <vector>
 
+#include "platform/directory_chain.h"
 #include "platform/testing/files_testing.h"
 
 namespace base::platform {
@@ -184,29 +186,23 @@ void CloseFile(NativeFile file) {
     CloseHandle(ToSystem(file));
 }
 
+// A directory below the root, pinned by its handle, and its full path.
+struct OpenedDirectory {
+  std::wstring path;
+  HANDLE handle;
+};
+
+void CloseOpened(const OpenedDirectory& directory) {
+  CloseDirectory(directory.handle);
+}
+
 struct OutputDirectory::State {
   std::string root;
   std::wstring rootPath;  // "\\?\" form; empty until the root is opened
   HANDLE rootHandle = INVALID_HANDLE_VALUE;
-  // The directories below the root that the last walk went through, outermost
-  // first, with the full path and a pinning handle of each.
-  std::vector<std::string> names;
-  std::vector<std::wstring> paths;
-  std::vector<HANDLE> handles;
+  DirectoryChain<OpenedDirectory, CloseOpened> chain;
 
-  ~State() {
-    Truncate(0);
-    CloseDirectory(rootHandle);
-  }
-
-  void Truncate(std::size_t depth) {
-    while (handles.size() > depth) {
-      CloseDirectory(handles.back());
-      handles.pop_back();
-      paths.pop_back();
-      names.pop_back();
-    }
-  }
+  ~State() { CloseDirectory(rootHandle); }
 
   // The root is the caller's: links in it are followed, and it is made with
   // its missing parents the way the shell makes directories.
@@ -224,36 +220,26 @@ struct OutputDirectory::State {
   }
 
   const std::wstring& PathAt(std::size_t depth) const {
-    return depth == 0 ? rootPath : paths[depth - 1];
+    return depth == 0 ? rootPath : chain.At(depth).path;
   }
 
   // Whether the directory of the first `count` of `parts` could be reached.
-  // Reuses what the last walk opened; with `create`, makes missing
-  // directories on the way.
+  // With `create`, makes missing directories on the way.
   bool Descend(const std::vector<std::string_view>& parts, std::size_t count, bool create) {
-    std::size_t kept = 0;
-    while (kept < count && kept < names.size() && names[kept] == parts[kept])
-      ++kept;
-    // Deeper directories of the last walk stay open while this one ends above
-    // them: checking a parent must not cost reopening its children.
-    if (kept < count)
-      Truncate(kept);
-    for (std::size_t i = kept; i < count; ++i) {
-      if (!IsPlainName(parts[i]))
-        return false;
-      std::wstring path = PathAt(i) + L'\\' + Widen(parts[i]);
+    return chain.Walk(parts, count, [&](std::size_t depth, std::string_view name) {
+      std::optional<OpenedDirectory> opened;
+      if (!IsPlainName(name))
+        return opened;
+      std::wstring path = PathAt(depth) + L'\\' + Widen(name);
       HANDLE directory = OpenDirectory(path, true);
       if (directory == INVALID_HANDLE_VALUE && create && !PathExists(path)) {
         if (CreateDirectoryW(path.c_str(), nullptr) || GetLastError() == ERROR_ALREADY_EXISTS)
           directory = OpenDirectory(path, true);
       }
-      if (directory == INVALID_HANDLE_VALUE)
-        return false;
-      handles.push_back(directory);
-      paths.push_back(std::move(path));
-      names.emplace_back(parts[i]);
-    }
-    return true;
+      if (directory != INVALID_HANDLE_VALUE)
+        opened = OpenedDirectory{std::move(path), directory};
+      return opened;
+    });
   }
 };
 
