@@ -8,7 +8,7 @@ packages=(
   clang libclang-rt-14-dev
   libboost-thread-dev
   zlib1g-dev bzip2
-  libicu-dev
+  libicu-dev perl
   libssl-dev
   libgtest-dev libgmock-dev googletest
   libbenchmark-dev libprotobuf-dev protobuf-compiler

@@ -9,9 +9,10 @@
 
 // Expected characters come from published mapping tables as the codecs of
 // Python's standard library carry them: Microsoft's EBCDIC tables (cp037,
-// cp500, cp875, cp1026), Apple's (mac_romanian, mac_iceland, mac_cyrillic),
-// the JIS, KS and GB sets (euc_jp, euc_kr, johab, gb2312, big5, shift_jis) and
-// ISO 8859-6; or from reasoning stated beside them.
+// cp500, cp875, cp1026), Apple's (mac_romanian, mac_iceland, mac_cyrillic,
+// and Apple's own THAI.TXT and CROATIAN.TXT), the JIS, KS and GB sets (euc_jp,
+// euc_kr, johab, gb2312, big5, shift_jis) and ISO 8859-6; or from reasoning
+// stated beside them.
 namespace XmlText::Encoding {
 namespace {
 
@@ -19,9 +20,9 @@ using base::platform::testing::kListedCodePages;
 
 constexpr int kDoubleBytePages[] = {932,   936,   949,   950,   1361, 10001,
                                     10002, 10003, 10008, 20932, 20949};
-// Mac Arabic, Hebrew, Thai and Croatian: no conversion library on Linux has
-// their tables (the posix backend's own test pins that).
-constexpr int kPagesWithoutSource[] = {10004, 10005, 10021, 10082};
+// Mac Arabic and Hebrew: no source on Linux has tables close enough to
+// Windows' (the posix backend's own test pins that).
+constexpr int kPagesWithoutSource[] = {10004, 10005};
 
 template <std::size_t N>
 bool Contains(const int (&pages)[N], int page) {
@@ -136,6 +137,28 @@ TEST(CodePageFamiliesTest, MacPages) {
   ASSERT_NE(ukrainian, nullptr);
   EXPECT_EQ(ukrainian[0xA2], 0x490);
   EXPECT_EQ(ukrainian[0x80], 0x410);
+
+  const int* thai = GetCPMap(10021);
+  ASSERT_NE(thai, nullptr);
+  EXPECT_EQ(thai[0xA1], 0xE01);  // KO KAI
+  EXPECT_EQ(thai[0xE0], 0xE40);  // SARA E
+  // Apple's variants of the tone marks are the marks themselves on Windows.
+  EXPECT_EQ(thai[0xE8], 0xE48);  // MAI EK
+  EXPECT_EQ(thai[0x83], 0xE48);
+  EXPECT_EQ(thai[0x98], 0xE48);
+  EXPECT_EQ(thai[0xDB], 0xFEFF);  // Apple has since put the word joiner here
+  EXPECT_EQ(thai[0x90], kInvalidByte);
+  EXPECT_EQ(thai[0xFF], kInvalidByte);
+  EXPECT_EQ(GetCPDefChar(10021), '?');
+  EXPECT_EQ(Pair(10021, 0xA1, 0xE8), '?');  // a consonant and its tone mark
+
+  const int* croatian = GetCPMap(10082);
+  ASSERT_NE(croatian, nullptr);
+  EXPECT_EQ(croatian[0xA9], 0x160);  // S WITH CARON
+  EXPECT_EQ(croatian[0xE8], 0x10D);  // c with caron
+  EXPECT_EQ(croatian[0xDB], 0xA4);   // the currency sign, not Apple's later euro
+  EXPECT_EQ(croatian[0x7F], 0x7F);
+  EXPECT_EQ(croatian[0x80], 0xC4);  // as in Mac Roman
 }
 
 TEST(CodePageFamiliesTest, JohabAndEucPages) {

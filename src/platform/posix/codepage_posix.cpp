@@ -1,6 +1,7 @@
 // Code pages from the system's conversion libraries: each page's source is
-// chosen in codepage_sources_posix.cpp, and its decoder wraps ICU or iconv. A
-// page without a source is unknown, as an uninstalled page is on Windows.
+// chosen in codepage_sources_posix.cpp, and its decoder wraps ICU, iconv or a
+// table generated from Perl's Encode. A page without a source is unknown, as
+// an uninstalled page is on Windows.
 //
 // One decoder is opened per page on first use and kept until the process or
 // the library ends: an open costs several times a two-byte conversion. A
@@ -80,6 +81,8 @@ std::unique_ptr<CodePageDecoder> OpenDecoder(const CodePageSource& source) {
       if (source.doubleByteEucJp)
         return OpenDoubleByteEucJpDecoder(OpenIconvDecoder(source.name.c_str()));
       return OpenIconvDecoder(source.name.c_str());
+    case ConversionLibrary::kPerlEncode:
+      return OpenPerlEncodeDecoder(source.name.c_str());
     case ConversionLibrary::kNone:
       break;
   }

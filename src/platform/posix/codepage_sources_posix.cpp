@@ -3,7 +3,8 @@
 // tables or glibc's iconv (for 949 and 950 those differ in thousands of
 // pairs), Microsoft's own choices included, such as 0x8160 of page 932 to
 // U+FF5E. Where ICU has no Windows name for a page, its IBM, Mac or standard
-// name stands in; where ICU has no table at all, glibc's iconv does.
+// name stands in; where ICU has no table at all, glibc's iconv does, and where
+// neither has one, a table generated from Perl's Encode.
 #include "platform/posix/codepage_sources_posix.h"
 
 namespace base::platform {
@@ -22,7 +23,8 @@ struct NamedSource {
 // overrides); the Mac Japanese and Chinese pages are Shift-JIS and Big5 with
 // Apple's single-byte signs. 10003 and 20949 come from glibc because ICU's
 // EUC-KR lacks the euro and registered signs and calls every byte from 0xA1 to
-// 0xFE a lead byte, empty rows included.
+// 0xFE a lead byte, empty rows included. Mac Thai and Croatian are Apple's
+// tables as Encode carries them.
 constexpr NamedSource kNamedSources[] = {
     {37, ConversionLibrary::kIcu, "ibm-37"},
     {500, ConversionLibrary::kIcu, "ibm-500"},
@@ -40,7 +42,9 @@ constexpr NamedSource kNamedSources[] = {
     {10008, ConversionLibrary::kIconv, "EUC-CN"},
     {10010, ConversionLibrary::kIcu, "windows-10000"},
     {10017, ConversionLibrary::kIconv, "MAC-UK"},
+    {10021, ConversionLibrary::kPerlEncode, "MacThai"},
     {10079, ConversionLibrary::kIcu, "windows-10000"},
+    {10082, ConversionLibrary::kPerlEncode, "MacCroatian"},
     {20127, ConversionLibrary::kIcu, "US-ASCII"},
     {20932, ConversionLibrary::kIconv, "EUC-JP"},
     {20949, ConversionLibrary::kIconv, "EUC-KR"},
@@ -91,6 +95,11 @@ constexpr ByteOverride kWindowsByteOverrides[] = {
     {10010, 0xDB, 0x00A4}, {10010, 0xDE, 0x0162}, {10010, 0xDF, 0x0163},
     {10079, 0xA0, 0x00DD}, {10079, 0xDB, 0x00A4}, {10079, 0xDC, 0x00D0}, {10079, 0xDD, 0x00F0},
     {10079, 0xDE, 0x00DE}, {10079, 0xDF, 0x00FE}, {10079, 0xE0, 0x00FD},
+    // Apple's tables leave out DEL, and have since put the euro where Mac
+    // Croatian had the currency sign and the word joiner for Mac Thai's
+    // zero-width no-break space.
+    {10082, 0x7F, 0x007F}, {10082, 0xDB, 0x00A4},
+    {10021, 0xDB, 0xFEFF},
 };
 // clang-format on
 

@@ -11,11 +11,11 @@
 
 namespace base::platform {
 
-enum class ConversionLibrary { kNone, kIcu, kIconv };
+enum class ConversionLibrary { kNone, kIcu, kIconv, kPerlEncode };
 
 struct CodePageSource {
   ConversionLibrary library = ConversionLibrary::kNone;
-  // The converter's name in that library.
+  // The converter's (or for kPerlEncode, the encoding's) name in that library.
   std::string name;
   // EUC-JP cut to characters of two bytes (see OpenDoubleByteEucJpDecoder).
   bool doubleByteEucJp = false;
