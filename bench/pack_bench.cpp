@@ -7,9 +7,8 @@
 // Each is measured written then taken out, and read from set input (the tagged
 // one by CommonPack in the zero-copy and the Buffer form). A row of its own
 // times the block allocation and release that GetBufferOut imposes on every
-// message and the ceiling never pays. At the end
-// the binary prints the ratio of each peer to the ceiling (medians when run
-// with --benchmark_repetitions).
+// message and the ceiling never pays. At the end the binary prints the ratio
+// of each peer to the ceiling (medians when run with --benchmark_repetitions).
 #include <benchmark/benchmark.h>
 #include <google/protobuf/io/coded_stream.h>
 #include <google/protobuf/io/zero_copy_stream_impl_lite.h>
