@@ -316,6 +316,8 @@ class BASE_EXPORT CommonPack {
   // A head of type `Head` counting `n` bytes, then the bytes.
   template <typename Head>
   bool AddLenHeaded(const unsigned char* p, unsigned int n, bool netOrder);
+  template <typename Head>
+  bool AddLenHeadedStepwise(const unsigned char* p, unsigned int n, bool netOrder);
   // The common case of a field made of fixed-width `parts` and then `n` bytes
   // at `p`: a writer with room in its block for all of it. Writes the field in
   // one pass and returns true. Otherwise writes nothing and returns false, and

@@ -70,7 +70,17 @@ bool CommonPack::AddLenHeaded(const unsigned char* p, unsigned int n, bool netOr
   if (n > std::numeric_limits<Head>::max())
     return false;
   return AddInPlace(netOrder, p, n, static_cast<Head>(n)) ||
-         (AddFixed(static_cast<Head>(n), netOrder) && AddBuf(p, n));
+         AddLenHeadedStepwise<Head>(p, n, netOrder);
+}
+
+// Out of line: the separate steps keep the bytes and their count across a call,
+// and inline they made every length-headed field, the one-pass ones too, save
+// three registers and open a frame: 6 to 10 instructions of each such field.
+template <typename Head>
+__attribute__((noinline)) bool CommonPack::AddLenHeadedStepwise(const unsigned char* p,
+                                                                unsigned int n,
+                                                                bool netOrder) {
+  return AddFixed(static_cast<Head>(n), netOrder) && AddBuf(p, n);
 }
 
 bool CommonPack::AddBufLenByte(const Buffer& b) {
