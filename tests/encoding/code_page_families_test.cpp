@@ -147,8 +147,6 @@ TEST(CodePageFamiliesTest, MacPages) {
   EXPECT_EQ(thai[0x83], 0xE48);
   EXPECT_EQ(thai[0x98], 0xE48);
   EXPECT_EQ(thai[0xDB], 0xFEFF);  // Apple has since put the word joiner here
-  EXPECT_EQ(thai[0x90], kInvalidByte);
-  EXPECT_EQ(thai[0xFF], kInvalidByte);
   EXPECT_EQ(GetCPDefChar(10021), '?');
   EXPECT_EQ(Pair(10021, 0xA1, 0xE8), '?');  // a consonant and its tone mark
 

@@ -40,6 +40,12 @@ TEST(CodePagePlatformTest, ReportsWhatTheBuildNeeds) {
     EXPECT_EQ(info.leadBytes[0], 0);
     EXPECT_EQ(info.unicodeDefaultChar, '?');
   }
+  // Bytes that Mac Thai leaves undefined have no character here, as in Mac
+  // Korean; Wine's tables give them U+0000.
+  std::uint16_t unit = 0xBEEF;
+  EXPECT_FALSE(ConvertToOneUnit(10021, "\x90", 1, unit));
+  EXPECT_FALSE(ConvertToOneUnit(10021, "\xFF", 1, unit));
+  EXPECT_EQ(unit, 0xBEEF);
 
   // Failure leaves the caller's value alone.
   info.maxCharSize = 7;
