@@ -18,6 +18,7 @@
 #include "platform/thread.h"
 #include "platform/thread_pool.h"
 #include "platform/wait.h"
+#include "support/pool_item.h"
 #include "support/test_module.h"
 #include "support/wait_until.h"
 
@@ -28,18 +29,19 @@ using base::testing::WaitUntil;
 
 const std::size_t kCores = std::max(1u, std::thread::hardware_concurrency());
 
-struct Signal {
-  HANDLE done = CreateEvent(true, false);
-  std::atomic<std::uint32_t> threadId{0};
-  ~Signal() { CloseHandle(done); }
-};
+// How many items are inside a stretch at once, and the most there were.
+struct Occupancy {
+  std::atomic<int> inside{0};
+  std::atomic<int> peak{0};
 
-std::uint32_t Report(void* context) {
-  auto* signal = static_cast<Signal*>(context);
-  signal->threadId = CurrentThreadId();
-  SetEvent(signal->done);
-  return 0;
-}
+  void Enter() {
+    const int now = inside.fetch_add(1) + 1;
+    int seen = peak.load();
+    while (now > seen && !peak.compare_exchange_weak(seen, now)) {
+    }
+  }
+  void Leave() { inside.fetch_sub(1); }
+};
 
 // Items that block until the test opens them, in a wait of the library or in
 // one the pool cannot see, and count how many are inside at once.
@@ -48,8 +50,7 @@ struct Blockers {
   std::mutex mutex;
   std::condition_variable openedHidden;
   bool hiddenOpen = false;
-  std::atomic<int> inside{0};
-  std::atomic<int> peak{0};
+  Occupancy occupancy;
   std::atomic<int> finished{0};
 
   ~Blockers() {
@@ -62,14 +63,9 @@ struct Blockers {
     hiddenOpen = true;
     openedHidden.notify_all();
   }
-  void Enter() {
-    const int now = inside.fetch_add(1) + 1;
-    int seen = peak.load();
-    while (now > seen && !peak.compare_exchange_weak(seen, now)) {
-    }
-  }
+  void Enter() { occupancy.Enter(); }
   void Leave() {
-    inside.fetch_sub(1);
+    occupancy.Leave();
     finished.fetch_add(1);
   }
 
@@ -106,7 +102,8 @@ TEST(ThreadPoolPosixTest, BlockedItemsNeverLeaveQueuedItemsWaiting) {
     for (auto& item : shortItems)
       EXPECT_EQ(WaitForSingleObject(item.done, 10000), WAIT_OBJECT_0);
     EXPECT_EQ(blockers.finished.load(), 0);
-    EXPECT_TRUE(WaitUntil([&] { return blockers.inside.load() == blocked; }, "every blocker"));
+    EXPECT_TRUE(
+        WaitUntil([&] { return blockers.occupancy.inside.load() == blocked; }, "every blocker"));
     blockers.Open();
     ASSERT_TRUE(WaitUntil([&] { return blockers.finished.load() == blocked; }, "the blockers"));
   }
@@ -135,8 +132,7 @@ struct Resumers {
   HANDLE open = CreateEvent(true, false);
   std::atomic<int> waiting{0};
   std::atomic<int> resumed{0};
-  std::atomic<int> inside{0};
-  std::atomic<int> peak{0};
+  Occupancy occupancy;
   std::atomic<int> finished{0};
   int everyone = 0;
 
@@ -149,14 +145,11 @@ struct Resumers {
     auto* self = static_cast<Resumers*>(context);
     self->waiting.fetch_add(1);
     WaitForSingleObject(self->open, INFINITE);
-    const int now = self->inside.fetch_add(1) + 1;
-    int seen = self->peak.load();
-    while (now > seen && !self->peak.compare_exchange_weak(seen, now)) {
-    }
+    self->occupancy.Enter();
     const auto until = std::chrono::steady_clock::now() + std::chrono::milliseconds(2);
     while (std::chrono::steady_clock::now() < until)
       std::this_thread::yield();
-    self->inside.fetch_sub(1);
+    self->occupancy.Leave();
     self->finished.fetch_add(1);
     return 0;
   }
@@ -192,7 +185,7 @@ struct Resumers {
 TEST(ThreadPoolPosixTest, WorkersWokenTogetherRunAboutOnePerCore) {
   Resumers resumers;
   resumers.StartAndOpen(&Resumers::BusyAfterWait, static_cast<int>(kCores) * 4);
-  EXPECT_LE(resumers.peak.load(), static_cast<int>(kCores) + 1);
+  EXPECT_LE(resumers.occupancy.peak.load(), static_cast<int>(kCores) + 1);
 }
 
 // Woken workers that wait for each other in a way the pool cannot see all get
@@ -215,7 +208,7 @@ TEST(ThreadPoolPosixTest, NoMoreThanTheCapRunAtOnce) {
     const int items = static_cast<int>(cap) + 4;
     for (int i = 0; i < items; ++i)
       ASSERT_TRUE(QueueWorkItem(blocker, &blockers, 0));
-    ASSERT_TRUE(WaitUntil([&] { return blockers.inside.load() == static_cast<int>(cap); },
+    ASSERT_TRUE(WaitUntil([&] { return blockers.occupancy.inside.load() == static_cast<int>(cap); },
                           "the cap of items to block"));
     // Time for the watchdog to try more than one step beyond the cap.
     Sleep(350);
@@ -223,7 +216,7 @@ TEST(ThreadPoolPosixTest, NoMoreThanTheCapRunAtOnce) {
     EXPECT_LE(testing::PoolWorkerCount(), cap);
     blockers.Open();
     ASSERT_TRUE(WaitUntil([&] { return blockers.finished.load() == items; }, "every item"));
-    EXPECT_EQ(blockers.peak.load(), static_cast<int>(cap));
+    EXPECT_EQ(blockers.occupancy.peak.load(), static_cast<int>(cap));
   }
   testing::SetWorkerCap(kMaxPoolWorkers);
 }
@@ -235,7 +228,8 @@ TEST(ThreadPoolPosixTest, IdleWorkersBeyondTheCoresRetireAndThePoolStartsAnew) {
     const int items = static_cast<int>(kCores) * 3;
     for (int i = 0; i < items; ++i)
       ASSERT_TRUE(QueueWorkItem(&Blockers::InWait, &blockers, 0));
-    ASSERT_TRUE(WaitUntil([&] { return blockers.inside.load() == items; }, "the blockers"));
+    ASSERT_TRUE(
+        WaitUntil([&] { return blockers.occupancy.inside.load() == items; }, "the blockers"));
     blockers.Open();
     ASSERT_TRUE(WaitUntil([&] { return blockers.finished.load() == items; }, "the blockers' end"));
   }

@@ -8,24 +8,12 @@
 #include "platform/testing/thread_pool_testing.h"
 #include "platform/thread.h"
 #include "platform/wait.h"
+#include "support/pool_item.h"
 #include "support/test_module.h"
 #include "support/wait_until.h"
 
 namespace base::platform {
 namespace {
-
-struct Signal {
-  HANDLE done = CreateEvent(true, false);
-  std::atomic<std::uint32_t> threadId{0};
-  ~Signal() { CloseHandle(done); }
-};
-
-std::uint32_t Report(void* context) {
-  auto* signal = static_cast<Signal*>(context);
-  signal->threadId = CurrentThreadId();
-  SetEvent(signal->done);
-  return 0;
-}
 
 TEST(ThreadPoolTest, RunsItemsOnPoolThreads) {
   Signal first;
