@@ -124,6 +124,15 @@ TEST(CodePageFamiliesTest, MacPages) {
   EXPECT_TRUE(LeadBytesAre(chinese, {{0x81, 0xFC}}));
   EXPECT_EQ(chinese[0xFD], 0xA9);
   EXPECT_EQ(Pair(10002, 0xA4, 0x40), 0x4E00);
+  // Its user-defined areas in private use, numbered in byte order.
+  EXPECT_EQ(Pair(10002, 0x81, 0x40), 0xE000);
+  EXPECT_EQ(Pair(10002, 0x8D, 0xFE), 0xE7F8);
+  EXPECT_EQ(Pair(10002, 0x8E, 0x40), 0xE7F9);
+  EXPECT_EQ(Pair(10002, 0xA0, 0xFE), 0xF39F);
+  EXPECT_EQ(Pair(10002, 0xC6, 0xA1), 0xF3A0);
+  EXPECT_EQ(Pair(10002, 0xC8, 0xFE), 0xF537);
+  EXPECT_EQ(Pair(10002, 0xFA, 0x40), 0xF538);
+  EXPECT_EQ(Pair(10002, 0xFC, 0xFE), 0xF70E);
 
   const int* korean = GetCPMap(10003);
   ASSERT_NE(korean, nullptr);
@@ -171,8 +180,15 @@ TEST(CodePageFamiliesTest, MacPages) {
 TEST(CodePageFamiliesTest, JohabAndEucPages) {
   const int* johab = GetCPMap(1361);
   ASSERT_NE(johab, nullptr);
-  // 0xD8 begins the user row: private use on Windows, absent from glibc.
-  EXPECT_TRUE(LeadBytesAre(johab, {{0x84, 0xD3}, {0xD9, 0xDE}, {0xE0, 0xF9}}, 0xD8));
+  EXPECT_TRUE(LeadBytesAre(johab, {{0x84, 0xD3}, {0xD8, 0xDE}, {0xE0, 0xF9}}));
+  // 0xD8 begins the user row: private use in byte order over the symbol rows'
+  // trail bytes.
+  EXPECT_EQ(Pair(1361, 0xD8, 0x31), 0xE000);
+  EXPECT_EQ(Pair(1361, 0xD8, 0x7E), 0xE04D);
+  EXPECT_EQ(Pair(1361, 0xD8, 0x91), 0xE04E);
+  EXPECT_EQ(Pair(1361, 0xD8, 0xFE), 0xE0BB);
+  EXPECT_EQ(Pair(1361, 0xD8, 0x80), '?');
+  EXPECT_EQ(Pair(1361, 0xD9, 0x31), 0x3000);  // the symbol row after it
   EXPECT_EQ(johab[0x5C], '\\');  // not the won sign of KS X 1003
   EXPECT_EQ(johab[0x80], 0x80);
   EXPECT_EQ(Pair(1361, 0x88, 0x61), 0xAC00);

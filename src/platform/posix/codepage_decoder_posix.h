@@ -40,6 +40,10 @@ std::unique_ptr<CodePageDecoder> OpenPerlEncodeDecoder(const char* name);
 // decoder of full EUC-JP (see codepage_eucjp_posix.cpp). Null when `eucJp` is.
 std::unique_ptr<CodePageDecoder> OpenDoubleByteEucJpDecoder(std::unique_ptr<CodePageDecoder> eucJp);
 
+// The Windows page of Johab, with its user row, over a decoder of glibc's
+// Johab (see codepage_johab_posix.cpp). Null when `johab` is.
+std::unique_ptr<CodePageDecoder> OpenWindowsJohabDecoder(std::unique_ptr<CodePageDecoder> johab);
+
 }  // namespace base::platform
 
 #endif  // BASE_PLATFORM_POSIX_CODEPAGE_DECODER_POSIX_H_

@@ -63,10 +63,11 @@ bool IsRotatedControl(char byte) {
 }
 
 struct PageDecoder {
-  explicit PageDecoder(std::uint32_t page) : overrides(page) {}
+  explicit PageDecoder(std::uint32_t page) : overrides(page), privateUse(page) {}
 
   std::unique_ptr<CodePageDecoder> decoder;  // null: the page is unknown
   ByteOverrides overrides;
+  PrivateUseMoves privateUse;
   bool rotatesControls = false;
   // Every byte alone is a character or invalid, so two bytes or more never
   // make one unit: a fallback CPConvert on such a page converts nothing.
@@ -78,8 +79,14 @@ std::unique_ptr<CodePageDecoder> OpenDecoder(const CodePageSource& source) {
     case ConversionLibrary::kIcu:
       return OpenIcuDecoder(source.name.c_str());
     case ConversionLibrary::kIconv:
-      if (source.doubleByteEucJp)
-        return OpenDoubleByteEucJpDecoder(OpenIconvDecoder(source.name.c_str()));
+      switch (source.adaptation) {
+        case CodePageSource::Adaptation::kDoubleByteEucJp:
+          return OpenDoubleByteEucJpDecoder(OpenIconvDecoder(source.name.c_str()));
+        case CodePageSource::Adaptation::kWindowsJohab:
+          return OpenWindowsJohabDecoder(OpenIconvDecoder(source.name.c_str()));
+        case CodePageSource::Adaptation::kNone:
+          break;
+      }
       return OpenIconvDecoder(source.name.c_str());
     case ConversionLibrary::kPerlEncode:
       return OpenPerlEncodeDecoder(source.name.c_str());
@@ -194,7 +201,10 @@ bool ConvertToOneUnit(std::uint32_t page, const char* bytes, int length, std::ui
   }
   if (length == 1 && opened.overrides.Find(static_cast<unsigned char>(bytes[0]), out))
     return true;
-  return decoder->ToOneUnit(bytes, length, out);
+  if (!decoder->ToOneUnit(bytes, length, out))
+    return false;
+  opened.privateUse.Apply(out);
+  return true;
 }
 
 namespace testing {

@@ -103,6 +103,23 @@ constexpr ByteOverride kWindowsByteOverrides[] = {
 };
 // clang-format on
 
+// Mac Chinese (Traditional) numbers its user-defined pairs in byte order from
+// U+E000: 0x8140-0x8DFE, 0x8E40-0xA0FE, 0xC6A1-0xC8FE, 0xFA40-0xFCFE. Its
+// source, Big5 as 950 has it, puts the same areas in private use in another
+// order (0xFA40 first), each area a run of 157 characters per row.
+struct PrivateUseMove {
+  std::uint32_t page;
+  std::uint16_t first;
+  std::uint16_t last;
+  std::uint16_t windowsFirst;
+};
+constexpr PrivateUseMove kWindowsPrivateUseMoves[] = {
+    {10002, 0xEEB8, 0xF6B0, 0xE000},  // rows 0x81-0x8D
+    {10002, 0xE311, 0xEEB7, 0xE7F9},  // rows 0x8E-0xA0
+    {10002, 0xF6B1, 0xF848, 0xF3A0},  // 0xC6A1-0xC8FE
+    {10002, 0xE000, 0xE1D6, 0xF538},  // rows 0xFA-0xFC
+};
+
 }  // namespace
 
 CodePageSource FindCodePageSource(std::uint32_t page) {
@@ -113,7 +130,10 @@ CodePageSource FindCodePageSource(std::uint32_t page) {
     if (named.page == page) {
       source.library = named.library;
       source.name = named.name;
-      source.doubleByteEucJp = page == 20932;
+      if (page == 20932)
+        source.adaptation = CodePageSource::Adaptation::kDoubleByteEucJp;
+      if (page == 1361)
+        source.adaptation = CodePageSource::Adaptation::kWindowsJohab;
       return source;
     }
   }
@@ -153,6 +173,22 @@ bool ByteOverrides::Find(unsigned char byte, std::uint16_t& out) const {
     }
   }
   return false;
+}
+
+PrivateUseMoves::PrivateUseMoves(std::uint32_t page) {
+  for (const PrivateUseMove& move : kWindowsPrivateUseMoves) {
+    if (move.page == page)
+      runs_.push_back({move.first, move.last, move.windowsFirst});
+  }
+}
+
+void PrivateUseMoves::Apply(std::uint16_t& unit) const {
+  for (const Run& run : runs_) {
+    if (unit >= run.first && unit <= run.last) {
+      unit = static_cast<std::uint16_t>(run.windowsFirst + (unit - run.first));
+      return;
+    }
+  }
 }
 
 }  // namespace base::platform

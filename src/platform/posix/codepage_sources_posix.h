@@ -1,5 +1,6 @@
 // Where the posix backend takes each Windows code page from, and the few
-// single bytes where that source and the Windows table disagree.
+// single bytes and private-use runs where that source and the Windows table
+// disagree.
 // Posix-private.
 #ifndef BASE_PLATFORM_POSIX_CODEPAGE_SOURCES_POSIX_H_
 #define BASE_PLATFORM_POSIX_CODEPAGE_SOURCES_POSIX_H_
@@ -17,8 +18,13 @@ struct CodePageSource {
   ConversionLibrary library = ConversionLibrary::kNone;
   // The converter's (or for kPerlEncode, the encoding's) name in that library.
   std::string name;
-  // EUC-JP cut to characters of two bytes (see OpenDoubleByteEucJpDecoder).
-  bool doubleByteEucJp = false;
+  // How the library's table is adapted to the Windows page.
+  enum class Adaptation {
+    kNone,
+    kDoubleByteEucJp,  // see OpenDoubleByteEucJpDecoder
+    kWindowsJohab,     // see OpenWindowsJohabDecoder
+  };
+  Adaptation adaptation = Adaptation::kNone;
 };
 
 // The source of `page`, a resolved page number (no pseudo page). kNone for a
@@ -41,6 +47,25 @@ class ByteOverrides {
  private:
   // At most a handful per page, so a scan beats a lookup table.
   std::vector<std::pair<unsigned char, std::uint16_t>> units_;
+};
+
+// The private-use characters of one page's pairs that its source numbers
+// differently from Windows: runs that Windows keeps in another order.
+class PrivateUseMoves {
+ public:
+  explicit PrivateUseMoves(std::uint32_t page);
+
+  // Replaces the source's character `unit` by the Windows one where it lies in
+  // a moved run; leaves it alone otherwise.
+  void Apply(std::uint16_t& unit) const;
+
+ private:
+  struct Run {
+    std::uint16_t first;
+    std::uint16_t last;
+    std::uint16_t windowsFirst;
+  };
+  std::vector<Run> runs_;
 };
 
 }  // namespace base::platform
