@@ -189,6 +189,19 @@ TEST(CodePageFamiliesTest, JohabAndEucPages) {
   EXPECT_EQ(Pair(1361, 0xD8, 0xFE), 0xE0BB);
   EXPECT_EQ(Pair(1361, 0xD8, 0x80), '?');
   EXPECT_EQ(Pair(1361, 0xD9, 0x31), 0x3000);  // the symbol row after it
+  // A letter alone between fill codes is a conjoining jamo: the first and
+  // last initial, vowel and final, and the final after the gap at code 18.
+  EXPECT_EQ(Pair(1361, 0x88, 0x41), 0x1100);
+  EXPECT_EQ(Pair(1361, 0xD0, 0x41), 0x1112);
+  EXPECT_EQ(Pair(1361, 0x84, 0x61), 0x1161);
+  EXPECT_EQ(Pair(1361, 0x87, 0xA1), 0x1175);
+  EXPECT_EQ(Pair(1361, 0x84, 0x42), 0x11A8);
+  EXPECT_EQ(Pair(1361, 0x84, 0x53), 0x11B8);
+  EXPECT_EQ(Pair(1361, 0x84, 0x5D), 0x11C2);
+  // Fill codes alone, a vowel code no letter has, final code 18.
+  EXPECT_EQ(Pair(1361, 0x84, 0x41), '?');
+  EXPECT_EQ(Pair(1361, 0x85, 0x01), '?');
+  EXPECT_EQ(Pair(1361, 0x84, 0x52), '?');
   EXPECT_EQ(johab[0x5C], '\\');  // not the won sign of KS X 1003
   EXPECT_EQ(johab[0x80], 0x80);
   EXPECT_EQ(Pair(1361, 0x88, 0x61), 0xAC00);

@@ -1,7 +1,13 @@
-// Johab as the Windows page 1361 has it. glibc's table has no characters in
-// row 0xD8, which Johab leaves to the user; Windows makes 0xD8 a lead byte and
-// gives the row's 188 cells private-use characters from U+E000, in byte
-// order, over the trail bytes of the symbol rows around it.
+// Johab as the Windows page 1361 has it, over glibc's Johab. Two things
+// differ from glibc:
+//  - A syllable code with a single letter and fill codes in its other two
+//    places is that letter written alone. Windows gives the conjoining jamo
+//    (U+1100 initials, U+1161 vowels, U+11A8 finals); glibc gives a
+//    compatibility jamo (U+3131...) or nothing.
+//  - Row 0xD8, which Johab leaves to the user, has no characters in glibc.
+//    Windows makes 0xD8 a lead byte and gives the row's 188 cells private-use
+//    characters from U+E000, in byte order, over the trail bytes of the symbol
+//    rows around it.
 #include <utility>
 
 #include "platform/posix/codepage_decoder_posix.h"
@@ -17,6 +23,70 @@ constexpr unsigned char kLastHighTrail = 0xFE;
 constexpr int kLowTrails = kLastLowTrail - kFirstLowTrail + 1;
 constexpr std::uint16_t kFirstPrivateUse = 0xE000;
 
+// A syllable code is 1, then five bits each for the initial, the vowel and
+// the final. Code 1 fills an empty initial or final, code 2 an empty vowel.
+constexpr unsigned char kFirstSyllableLead = 0x84;
+constexpr unsigned char kLastSyllableLead = 0xD3;
+constexpr int kInitialFill = 1;
+constexpr int kVowelFill = 2;
+constexpr int kFinalFill = 1;
+constexpr std::uint16_t kFirstInitialJamo = 0x1100;
+constexpr std::uint16_t kFirstVowelJamo = 0x1161;
+constexpr std::uint16_t kFirstFinalJamo = 0x11A8;
+
+// The letter's place in its Unicode block, or -1 for a code no letter has.
+// Johab skips codes 8-9, 16-17, 24-25 among the vowels and 18 among the
+// finals.
+int InitialIndex(int code) {
+  return code >= 2 && code <= 20 ? code - 2 : -1;
+}
+
+int VowelIndex(int code) {
+  if (code >= 3 && code <= 7)
+    return code - 3;
+  if (code >= 10 && code <= 15)
+    return code - 5;
+  if (code >= 18 && code <= 23)
+    return code - 7;
+  if (code >= 26 && code <= 29)
+    return code - 9;
+  return -1;
+}
+
+int FinalIndex(int code) {
+  if (code >= 2 && code <= 17)
+    return code - 2;
+  if (code >= 19 && code <= 29)
+    return code - 3;
+  return -1;
+}
+
+// The conjoining jamo of a syllable code that holds one letter alone.
+bool LetterAlone(unsigned char lead, unsigned char trail, std::uint16_t& out) {
+  if (lead < kFirstSyllableLead || lead > kLastSyllableLead)
+    return false;
+  const int code = lead << 8 | trail;
+  const int initialCode = code >> 10 & 0x1F;
+  const int vowelCode = code >> 5 & 0x1F;
+  const int finalCode = code & 0x1F;
+  int index = -1;
+  std::uint16_t first = 0;
+  if (vowelCode == kVowelFill && finalCode == kFinalFill) {
+    index = InitialIndex(initialCode);
+    first = kFirstInitialJamo;
+  } else if (initialCode == kInitialFill && finalCode == kFinalFill) {
+    index = VowelIndex(vowelCode);
+    first = kFirstVowelJamo;
+  } else if (initialCode == kInitialFill && vowelCode == kVowelFill) {
+    index = FinalIndex(finalCode);
+    first = kFirstFinalJamo;
+  }
+  if (index < 0)
+    return false;
+  out = static_cast<std::uint16_t>(first + index);
+  return true;
+}
+
 class JohabDecoder final : public CodePageDecoder {
  public:
   explicit JohabDecoder(std::unique_ptr<CodePageDecoder> johab) : johab_(std::move(johab)) {}
@@ -29,8 +99,14 @@ class JohabDecoder final : public CodePageDecoder {
   }
 
   bool ToOneUnit(const char* bytes, int length, std::uint16_t& out) override {
-    if (length == 2 && static_cast<unsigned char>(bytes[0]) == kUserRow)
-      return UserCell(static_cast<unsigned char>(bytes[1]), out);
+    if (length == 2) {
+      const auto lead = static_cast<unsigned char>(bytes[0]);
+      const auto trail = static_cast<unsigned char>(bytes[1]);
+      if (lead == kUserRow)
+        return UserCell(trail, out);
+      if (LetterAlone(lead, trail, out))
+        return true;
+    }
     return johab_->ToOneUnit(bytes, length, out);
   }
 
