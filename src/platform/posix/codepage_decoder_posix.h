@@ -13,6 +13,8 @@
 namespace base::platform {
 
 constexpr int kByteValues = 256;
+// Where the private-use characters that Windows gives user-defined pairs begin.
+constexpr std::uint16_t kFirstPrivateUse = 0xE000;
 
 class CodePageDecoder {
  public:

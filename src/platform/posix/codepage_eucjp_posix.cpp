@@ -21,7 +21,6 @@ constexpr unsigned char kFirstSupplementTrail = 0x21;
 constexpr unsigned char kFirstUserRow = 0xF5;
 constexpr int kCellsPerRow = kLastEucByte - kFirstEucByte + 1;
 constexpr int kUserCells = (kLastEucByte - kFirstUserRow + 1) * kCellsPerRow;
-constexpr std::uint16_t kFirstPrivateUse = 0xE000;
 
 bool IsEucByte(unsigned char byte) {
   return byte >= kFirstEucByte && byte <= kLastEucByte;

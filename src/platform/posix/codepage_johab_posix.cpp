@@ -21,7 +21,6 @@ constexpr unsigned char kLastLowTrail = 0x7E;
 constexpr unsigned char kFirstHighTrail = 0x91;
 constexpr unsigned char kLastHighTrail = 0xFE;
 constexpr int kLowTrails = kLastLowTrail - kFirstLowTrail + 1;
-constexpr std::uint16_t kFirstPrivateUse = 0xE000;
 
 // A syllable code is 1, then five bits each for the initial, the vowel and
 // the final. Code 1 fills an empty initial or final, code 2 an empty vowel.

@@ -12,6 +12,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <utility>
 
 #include "platform/posix/codepage_decoder_posix.h"
 #include "platform/posix/codepage_sources_posix.h"
@@ -74,19 +75,11 @@ struct PageDecoder {
   bool singleByte = false;
 };
 
-std::unique_ptr<CodePageDecoder> OpenDecoder(const CodePageSource& source) {
+std::unique_ptr<CodePageDecoder> OpenLibraryDecoder(const CodePageSource& source) {
   switch (source.library) {
     case ConversionLibrary::kIcu:
       return OpenIcuDecoder(source.name.c_str());
     case ConversionLibrary::kIconv:
-      switch (source.adaptation) {
-        case CodePageSource::Adaptation::kDoubleByteEucJp:
-          return OpenDoubleByteEucJpDecoder(OpenIconvDecoder(source.name.c_str()));
-        case CodePageSource::Adaptation::kWindowsJohab:
-          return OpenWindowsJohabDecoder(OpenIconvDecoder(source.name.c_str()));
-        case CodePageSource::Adaptation::kNone:
-          break;
-      }
       return OpenIconvDecoder(source.name.c_str());
     case ConversionLibrary::kPerlEncode:
       return OpenPerlEncodeDecoder(source.name.c_str());
@@ -94,6 +87,19 @@ std::unique_ptr<CodePageDecoder> OpenDecoder(const CodePageSource& source) {
       break;
   }
   return nullptr;
+}
+
+std::unique_ptr<CodePageDecoder> OpenDecoder(const CodePageSource& source) {
+  std::unique_ptr<CodePageDecoder> decoder = OpenLibraryDecoder(source);
+  switch (source.adaptation) {
+    case CodePageSource::Adaptation::kDoubleByteEucJp:
+      return OpenDoubleByteEucJpDecoder(std::move(decoder));
+    case CodePageSource::Adaptation::kWindowsJohab:
+      return OpenWindowsJohabDecoder(std::move(decoder));
+    case CodePageSource::Adaptation::kNone:
+      break;
+  }
+  return decoder;
 }
 
 PageDecoder OpenPage(std::uint32_t page) {

@@ -16,6 +16,7 @@ struct NamedSource {
   std::uint32_t page;
   ConversionLibrary library;
   const char* name;
+  CodePageSource::Adaptation adaptation = CodePageSource::Adaptation::kNone;
 };
 
 // Pages that ICU does not know as "windows-NNN". The Mac Romanian and
@@ -35,7 +36,7 @@ constexpr NamedSource kNamedSources[] = {
     {865, ConversionLibrary::kIcu, "ibm-865"},
     {875, ConversionLibrary::kIcu, "ibm-875"},
     {1026, ConversionLibrary::kIcu, "ibm-1026"},
-    {1361, ConversionLibrary::kIconv, "JOHAB"},
+    {1361, ConversionLibrary::kIconv, "JOHAB", CodePageSource::Adaptation::kWindowsJohab},
     {10001, ConversionLibrary::kIcu, "windows-932"},
     {10002, ConversionLibrary::kIcu, "windows-950"},
     {10003, ConversionLibrary::kIconv, "EUC-KR"},
@@ -46,7 +47,7 @@ constexpr NamedSource kNamedSources[] = {
     {10079, ConversionLibrary::kIcu, "windows-10000"},
     {10082, ConversionLibrary::kPerlEncode, "MacCroatian"},
     {20127, ConversionLibrary::kIcu, "US-ASCII"},
-    {20932, ConversionLibrary::kIconv, "EUC-JP"},
+    {20932, ConversionLibrary::kIconv, "EUC-JP", CodePageSource::Adaptation::kDoubleByteEucJp},
     {20949, ConversionLibrary::kIconv, "EUC-KR"},
     {28591, ConversionLibrary::kIcu, "ISO-8859-1"},
     {kUtf8Page, ConversionLibrary::kIcu, "UTF-8"},
@@ -130,10 +131,7 @@ CodePageSource FindCodePageSource(std::uint32_t page) {
     if (named.page == page) {
       source.library = named.library;
       source.name = named.name;
-      if (page == 20932)
-        source.adaptation = CodePageSource::Adaptation::kDoubleByteEucJp;
-      if (page == 1361)
-        source.adaptation = CodePageSource::Adaptation::kWindowsJohab;
+      source.adaptation = named.adaptation;
       return source;
     }
   }
