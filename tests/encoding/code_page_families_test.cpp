@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "base/encoding.h"
+#include "encoding/expected_units.h"
 #include "platform/testing/codepage_testing.h"
 
 // Expected characters come from published mapping tables as the codecs of
@@ -56,25 +57,6 @@ bool LeadBytesAre(const int* map, Ranges ranges) {
       return false;
   }
   return true;
-}
-
-int Pair(int page, int lead, int trail) {
-  const char bytes[2] = {static_cast<char>(lead), static_cast<char>(trail)};
-  return CPConvert(page, bytes);
-}
-
-struct Expected {
-  int bytes;  // a byte, looked up in the map, or a pair (lead << 8 | trail)
-  int unit;
-};
-
-void ExpectUnits(int page, std::initializer_list<Expected> expected) {
-  const int* map = GetCPMap(page);
-  ASSERT_NE(map, nullptr) << page;
-  for (const Expected& e : expected) {
-    const int unit = e.bytes < 0x100 ? map[e.bytes] : Pair(page, e.bytes >> 8, e.bytes & 0xFF);
-    EXPECT_EQ(unit, e.unit) << page << " 0x" << std::hex << e.bytes;
-  }
 }
 
 TEST(CodePageFamiliesTest, EveryListedPageHasAMapOfItsKind) {

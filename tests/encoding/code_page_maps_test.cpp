@@ -5,6 +5,7 @@
 
 #include "base/encoding.h"
 #include "encoding/code_page_tables.h"
+#include "encoding/expected_units.h"
 #include "platform/testing/codepage_testing.h"
 #include "support/under_wine.h"
 
@@ -30,39 +31,29 @@ TEST(CodePageMapsTest, DoubleBytePagesMarkTheirLeadBytes) {
   for (int byte = 0x81; byte <= 0xFE; ++byte)
     EXPECT_EQ(gbk[byte], kLeadByte) << byte;
   EXPECT_EQ(CountOf(gbk, kLeadByte), 126);
-  EXPECT_EQ(gbk[0x00], 0);
-  EXPECT_EQ(gbk[65], 65);
-  EXPECT_EQ(gbk[0x80], 0x20AC);
+  ExpectUnits(936, {{0x00, 0}, {65, 65}, {0x80, 0x20AC}});
   EXPECT_EQ(GetCPDefChar(936), '?');
 
-  const int* sjis = GetCPMap(932);
-  ASSERT_NE(sjis, nullptr);
-  EXPECT_EQ(CountOf(sjis, kLeadByte), 60);
-  EXPECT_EQ(sjis[0x9F], kLeadByte);
-  // Windows' single-byte end points, which ICU lacks.
-  EXPECT_EQ(sjis[0x80], 0x80);
-  EXPECT_EQ(sjis[0xA1], 0xFF61);  // halfwidth katakana are single bytes
-  EXPECT_EQ(sjis[0xDF], 0xFF9F);
-  EXPECT_EQ(sjis[0xE0], kLeadByte);
-  EXPECT_EQ(sjis[0xFC], kLeadByte);
+  // Windows' single-byte end points, which ICU lacks; halfwidth katakana are
+  // single bytes; SUB, FS and DEL are themselves, not rotated as in IBM's
+  // tables.
+  EXPECT_EQ(CountOf(GetCPMap(932), kLeadByte), 60);
+  ExpectUnits(932, {{0x9F, kLeadByte},
+                    {0x80, 0x80},
+                    {0xA1, 0xFF61},
+                    {0xDF, 0xFF9F},
+                    {0xE0, kLeadByte},
+                    {0xFC, kLeadByte},
+                    {0x1A, 0x1A},
+                    {0x1C, 0x1C},
+                    {0x7F, 0x7F}});
   EXPECT_EQ(GetCPDefChar(932), 0x30FB);
-  // SUB, FS and DEL are themselves, not rotated as in IBM's tables.
-  EXPECT_EQ(sjis[0x1A], 0x1A);
-  EXPECT_EQ(sjis[0x1C], 0x1C);
-  EXPECT_EQ(sjis[0x7F], 0x7F);
 
-  const int* greek = GetCPMap(1253);
-  ASSERT_NE(greek, nullptr);
-  EXPECT_EQ(greek[0xA2], 0x0386);
-  const int* dos = GetCPMap(437);
-  ASSERT_NE(dos, nullptr);
-  EXPECT_EQ(dos[0xE6], 0xB5);  // the micro sign, not the Greek mu
-
+  ExpectUnits(1253, {{0xA2, 0x0386}});
+  ExpectUnits(437, {{0xE6, 0xB5}});  // the micro sign, not the Greek mu
   for (int page : {949, 950}) {
-    const int* map = GetCPMap(page);
-    ASSERT_NE(map, nullptr);
-    EXPECT_EQ(CountOf(map, kLeadByte), 126) << page;
-    EXPECT_EQ(map[0x80], 0x80) << page;
+    ExpectUnits(page, {{0x80, 0x80}});
+    EXPECT_EQ(CountOf(GetCPMap(page), kLeadByte), 126) << page;
   }
 }
 
@@ -71,14 +62,9 @@ TEST(CodePageMapsTest, PrivateUseBytesOfWindows) {
   // use, which ICU lacks as well.
   if (base::testing::UnderWine())
     GTEST_SKIP() << "Wine lacks Windows' private-use single bytes";
-  EXPECT_EQ(GetCPMap(936)[0xFF], 0xF8F5);
-  const int* sjis = GetCPMap(932);
-  EXPECT_EQ(sjis[0xA0], 0xF8F0);
-  EXPECT_EQ(sjis[0xFD], 0xF8F1);
-  EXPECT_EQ(sjis[0xFF], 0xF8F3);
-  const int* greek = GetCPMap(1253);
-  EXPECT_EQ(greek[0xAA], 0xF8F9);
-  EXPECT_EQ(greek[0xD2], 0xF8FA);
+  ExpectUnits(936, {{0xFF, 0xF8F5}});
+  ExpectUnits(932, {{0xA0, 0xF8F0}, {0xFD, 0xF8F1}, {0xFF, 0xF8F3}});
+  ExpectUnits(1253, {{0xAA, 0xF8F9}, {0xD2, 0xF8FA}});
 }
 
 TEST(CodePageMapsTest, SingleBytePagesHaveNoLeadBytes) {
@@ -86,17 +72,8 @@ TEST(CodePageMapsTest, SingleBytePagesHaveNoLeadBytes) {
   ASSERT_NE(latin, nullptr);
   EXPECT_EQ(CountOf(latin, kLeadByte), 0);
   EXPECT_EQ(CountOf(latin, kInvalidByte), 0);
-  EXPECT_EQ(latin[0x80], 0x20AC);
-  EXPECT_EQ(latin[0x81], 0x81);
-  EXPECT_EQ(latin[0x9F], 0x178);
-  EXPECT_EQ(latin[0xFF], 0xFF);
-
-  const int* dos = GetCPMap(437);
-  ASSERT_NE(dos, nullptr);
-  EXPECT_EQ(dos[0x1A], 0x1A);
-  EXPECT_EQ(dos[0x1C], 0x1C);
-  EXPECT_EQ(dos[0x7F], 0x7F);
-  EXPECT_EQ(dos[0xDB], 0x2588);
+  ExpectUnits(1252, {{0x80, 0x20AC}, {0x81, 0x81}, {0x9F, 0x178}, {0xFF, 0xFF}});
+  ExpectUnits(437, {{0x1A, 0x1A}, {0x1C, 0x1C}, {0x7F, 0x7F}, {0xDB, 0x2588}});
 
   // ASCII leaves its upper half undefined. Wine 8's table maps it onto the
   // lower half instead, dropping the high bit.
