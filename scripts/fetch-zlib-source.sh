@@ -5,10 +5,11 @@
 # unpacked in DEST/zlib-1.2.13, for the build of contrib/minizip. Does nothing
 # when it is already there.
 #
-# apt-get runs with a source list, state and cache of its own under DEST/apt:
-# deb-src lines for the mirrors this machine already uses. The system's apt
-# configuration and package lists are left as they are. The tarball is checked
-# against a pinned SHA-256 before anything is unpacked.
+# apt-get runs with a source list, state and cache of its own under DEST/apt
+# (scripts/private-apt.sh): deb-src entries for the mirrors this machine
+# already uses. The system's apt configuration and package lists are left as
+# they are. The tarball is checked against a pinned SHA-256 before anything is
+# unpacked.
 set -euo pipefail
 
 [[ $# -eq 1 ]] || { echo "usage: $0 DEST" >&2; exit 2; }
@@ -26,37 +27,14 @@ exec 9>"$dest/.lock"
 flock 9
 [[ -f "$tree/contrib/minizip/unzip.c" ]] && exit 0
 
-apt_root="$dest/apt"
-mkdir -p "$apt_root/sources.list.d" "$apt_root/lists/partial" "$apt_root/cache/archives/partial"
-: >"$apt_root/sources.list"
-
-# deb822 files: every "Types: deb" stanza also serves deb-src.
-for file in /etc/apt/sources.list.d/*.sources; do
-  [[ -f "$file" ]] || continue
-  sed -E 's/^Types:.*$/Types: deb-src/' "$file" >"$apt_root/sources.list.d/$(basename "$file")"
-done
-# One-line files: each "deb" line again as "deb-src".
-for file in /etc/apt/sources.list /etc/apt/sources.list.d/*.list; do
-  [[ -f "$file" ]] || continue
-  sed -nE 's/^[[:space:]]*deb[[:space:]]/deb-src /p' "$file" >>"$apt_root/sources.list"
-done
-
-apt_options=(
-  -o "Dir::Etc::SourceList=$apt_root/sources.list"
-  -o "Dir::Etc::SourceParts=$apt_root/sources.list.d"
-  -o "Dir::State=$apt_root"
-  -o "Dir::State::Lists=$apt_root/lists"
-  -o "Dir::Cache=$apt_root/cache"
-  -o "Dir::Cache::pkgcache="
-  -o "Dir::Cache::srcpkgcache="
-  -o "APT::Sandbox::User=root"
-)
+source "$(dirname "$0")/private-apt.sh"
+private_apt_setup "$dest/apt" deb-src
 
 download="$dest/download"
 mkdir -p "$download"
 if [[ ! -f "$download/$tarball" ]]; then
-  apt-get "${apt_options[@]}" -qq update
-  (cd "$download" && apt-get "${apt_options[@]}" -qq source --download-only "$package")
+  apt-get "${private_apt_options[@]}" -qq update
+  (cd "$download" && apt-get "${private_apt_options[@]}" -qq source --download-only "$package")
 fi
 
 if ! echo "$tarball_sha256  $download/$tarball" | sha256sum --check --quiet -; then

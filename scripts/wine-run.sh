@@ -1,10 +1,12 @@
 #!/usr/bin/env bash
-# Runs a Windows executable under Wine, in the prefix given as the first
-# argument (made on first use) with Wine's own diagnostics silenced. The build
-# uses it as its cross-compiling emulator: `wine-run.sh PREFIX program args...`.
+# Runs a Windows executable under Wine: `wine-run.sh LOADER PREFIX program
+# args...`, with LOADER Wine's 64-bit or 32-bit loader and PREFIX a prefix made
+# on first use (WINEARCH, set by the caller, says which kind), with Wine's own
+# diagnostics silenced. The build's cross-compiling emulator calls it.
 set -euo pipefail
-export WINEPREFIX="$1"
-shift
+loader="$1"
+export WINEPREFIX="$2"
+shift 2
 export WINEDEBUG=-all
 export WINEDLLOVERRIDES="mscoree,mshtml=d;winemenubuilder.exe=d"
 # The first run makes the prefix (many seconds) and every run after a quiet
@@ -18,7 +20,7 @@ mkdir -p "$WINEPREFIX"
 (
   flock 9
   if /usr/lib/wine/wineserver -p60 </dev/null >/dev/null 2>&1 9>&-; then
-    /usr/lib/wine/wine64 wineboot --init </dev/null >/dev/null 2>&1 9>&-
+    "$loader" wineboot --init </dev/null >/dev/null 2>&1 9>&-
   fi
 ) 9>"$WINEPREFIX.lock"
-exec /usr/lib/wine/wine64 "$@"
+exec "$loader" "$@"
