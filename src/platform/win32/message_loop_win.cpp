@@ -10,6 +10,9 @@
 // pass may take an enclosing pass's marker on its way to its own; it posts
 // that marker again once done, so the enclosing pass still finds an end. A
 // marker whose pass is over (it ended by an exception) is dropped when met.
+//
+// Every dispatch goes through DispatchCarried, so that what a procedure of
+// the library throws leaves these calls on 32-bit Windows too.
 #include "base/message_loop.h"
 
 #include <windows.h>
@@ -21,6 +24,8 @@
 #include <vector>
 
 #include "platform/clock.h"
+#include "platform/win32/carried_exception_win.h"
+#include "platform/win32/srw_lock_win.h"
 #include "platform/win32/window_timers_win.h"
 
 namespace base {
@@ -39,11 +44,8 @@ std::vector<WPARAM> g_runningPasses;
 std::atomic<WPARAM> g_lastPass{0};
 
 bool IsRunning(WPARAM pass) {
-  AcquireSRWLockShared(&g_passesLock);
-  const bool running =
-      std::find(g_runningPasses.begin(), g_runningPasses.end(), pass) != g_runningPasses.end();
-  ReleaseSRWLockShared(&g_passesLock);
-  return running;
+  platform::win32::SharedHold hold(g_passesLock);
+  return std::find(g_runningPasses.begin(), g_runningPasses.end(), pass) != g_runningPasses.end();
 }
 
 // One pass of PumpMessages: its marker, the markers of enclosing passes it
@@ -51,16 +53,16 @@ bool IsRunning(WPARAM pass) {
 class Pass {
  public:
   Pass() : number_(g_lastPass.fetch_add(1) + 1) {
-    AcquireSRWLockExclusive(&g_passesLock);
+    platform::win32::ExclusiveHold hold(g_passesLock);
     g_runningPasses.push_back(number_);
-    ReleaseSRWLockExclusive(&g_passesLock);
   }
   Pass(const Pass&) = delete;
   Pass& operator=(const Pass&) = delete;
   ~Pass() {
-    AcquireSRWLockExclusive(&g_passesLock);
-    g_runningPasses.erase(std::find(g_runningPasses.begin(), g_runningPasses.end(), number_));
-    ReleaseSRWLockExclusive(&g_passesLock);
+    {
+      platform::win32::ExclusiveHold hold(g_passesLock);
+      g_runningPasses.erase(std::find(g_runningPasses.begin(), g_runningPasses.end(), number_));
+    }
     for (WPARAM enclosing : takenMarkers_)
       PostThreadMessageW(GetCurrentThreadId(), MarkerMessage(), enclosing, 0);
     if (quitTaken_)
@@ -86,7 +88,7 @@ class Pass {
         continue;
       if (message.message == WM_TIMER)
         platform::win32::NoteTimerReported(message.hwnd, message.wParam);
-      Dispatch(message);
+      platform::win32::DispatchCarried(message);
       ++delivered;
     }
     return delivered;
@@ -109,7 +111,7 @@ class Pass {
         break;
       reported.push_back(timer);
       platform::win32::NoteTimerReported(message.hwnd, message.wParam);
-      Dispatch(message);
+      platform::win32::DispatchCarried(message);
       ++delivered;
     }
     return delivered + platform::win32::DeliverTimersDueOn(now);
@@ -122,11 +124,6 @@ class Pass {
     quitTaken_ = true;
     quitCode_ = static_cast<int>(message.wParam);
     return true;
-  }
-
-  static void Dispatch(const MSG& message) {
-    TranslateMessage(&message);
-    DispatchMessageW(&message);
   }
 
   const WPARAM number_;
@@ -166,8 +163,7 @@ void RunMessageLoop() {
   while (GetMessageW(&message, nullptr, 0, 0) > 0) {
     if (message.message == WM_TIMER)
       platform::win32::NoteTimerReported(message.hwnd, message.wParam);
-    TranslateMessage(&message);
-    DispatchMessageW(&message);
+    platform::win32::DispatchCarried(message);
   }
 }
 

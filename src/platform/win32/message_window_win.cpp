@@ -1,6 +1,8 @@
 // Message windows are the system's own message-only windows (parent
-// HWND_MESSAGE), and their procedures are registered as they are: a
-// WindowProcedure has the system's signature and calling convention.
+// HWND_MESSAGE). Every class has one procedure of this file, which finds the
+// class's own WindowProcedure and runs it under the thread's exception carrier
+// (carried_exception_win.h), since an exception cannot leave a procedure
+// through the system's frames on 32-bit Windows.
 //
 // Classes are registered under the instance of the module that holds this
 // code, not the process's: two modules that each carry the library then keep
@@ -15,6 +17,8 @@
 #include <vector>
 
 #include "platform/message_window_controls.h"
+#include "platform/win32/carried_exception_win.h"
+#include "platform/win32/srw_lock_win.h"
 #include "platform/win32/window_timers_win.h"
 
 // The linker's name for the header of the module this code is linked into.
@@ -35,30 +39,54 @@ HWND ToSystem(WindowHandle window) {
   return reinterpret_cast<HWND>(window);
 }
 
-// The classes this module registered, unregistered with the module's statics,
-// after the exit-table entries that destroy the library's windows.
+// The classes this module registered, with their procedures, unregistered
+// with the module's statics, after the exit-table entries that destroy the
+// library's windows.
 class RegisteredClasses {
  public:
   RegisteredClasses() = default;
   RegisteredClasses(const RegisteredClasses&) = delete;
   RegisteredClasses& operator=(const RegisteredClasses&) = delete;
   ~RegisteredClasses() {
-    for (const std::wstring& name : names_)
-      UnregisterClassW(name.c_str(), ModuleInstance());
+    for (const Class& registered : classes_)
+      UnregisterClassW(registered.name.c_str(), ModuleInstance());
   }
 
-  void Add(const wchar_t* name) {
-    AcquireSRWLockExclusive(&lock_);
-    names_.emplace_back(name);
-    ReleaseSRWLockExclusive(&lock_);
+  void Add(ATOM atom, const wchar_t* name, WindowProcedure procedure) {
+    win32::ExclusiveHold hold(lock_);
+    classes_.push_back({atom, name, procedure});
+  }
+
+  // Null for a class this module did not register.
+  WindowProcedure ProcedureOf(ATOM atom) {
+    win32::SharedHold hold(lock_);
+    for (const Class& registered : classes_) {
+      if (registered.atom == atom)
+        return registered.procedure;
+    }
+    return nullptr;
   }
 
  private:
+  struct Class {
+    ATOM atom;
+    std::wstring name;
+    WindowProcedure procedure;
+  };
+
   SRWLOCK lock_ = SRWLOCK_INIT;
-  std::vector<std::wstring> names_;
+  std::vector<Class> classes_;
 };
 
 RegisteredClasses g_classes;
+
+LRESULT CALLBACK CarryingProcedure(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
+  const WindowProcedure procedure =
+      g_classes.ProcedureOf(static_cast<ATOM>(GetClassWord(window, GCW_ATOM)));
+  if (!procedure)
+    return DefWindowProcW(window, message, wparam, lparam);
+  return win32::RunCarried(procedure, window, message, wparam, lparam);
+}
 
 }  // namespace
 
@@ -67,14 +95,15 @@ bool RegisterWindowClass(const wchar_t* className, WindowProcedure procedure) {
     return false;
   WNDCLASSEXW windowClass = {};
   windowClass.cbSize = sizeof windowClass;
-  windowClass.lpfnWndProc = reinterpret_cast<WNDPROC>(procedure);
+  windowClass.lpfnWndProc = &CarryingProcedure;
   windowClass.cbWndExtra = kWindowExtraBytes;
   windowClass.hInstance = ModuleInstance();
   windowClass.hbrBackground = static_cast<HBRUSH>(GetStockObject(WHITE_BRUSH));
   windowClass.lpszClassName = className;
-  if (!RegisterClassExW(&windowClass))
+  const ATOM atom = RegisterClassExW(&windowClass);
+  if (!atom)
     return false;
-  g_classes.Add(className);
+  g_classes.Add(atom, className, procedure);
   return true;
 }
 
@@ -83,8 +112,10 @@ WindowHandle CreateMessageWindow(const wchar_t* className,
                                  void* creationParameter) {
   if (controls::TakeCreationFailure() || !className)
     return nullptr;
+  win32::Carrier carrier;
   const HWND window = CreateWindowExW(0, className, windowName, 0, 0, 0, 100, 100, HWND_MESSAGE,
                                       nullptr, ModuleInstance(), creationParameter);
+  carrier.RethrowCarried();
   if (!window)
     return nullptr;
   ShowWindow(window, SW_HIDE);
@@ -101,7 +132,10 @@ bool DestroyMessageWindow(WindowHandle window) {
   if (!IsWindow(system) || GetWindowThreadProcessId(system, nullptr) != GetCurrentThreadId())
     return false;
   controls::ReportDestruction(window);
-  if (!DestroyWindow(system))
+  win32::Carrier carrier;
+  const bool destroyed = DestroyWindow(system) != FALSE;
+  carrier.RethrowCarried();
+  if (!destroyed)
     return false;
   win32::ForgetWindowTimers(system);
   return true;

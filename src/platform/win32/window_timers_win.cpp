@@ -5,6 +5,8 @@
 
 #include "platform/clock.h"
 #include "platform/message_window.h"
+#include "platform/win32/carried_exception_win.h"
+#include "platform/win32/srw_lock_win.h"
 
 namespace base::platform::win32 {
 namespace {
@@ -20,14 +22,6 @@ struct Note {
 // cheapest table. A slim lock needs no set-up and no teardown at unload.
 SRWLOCK g_lock = SRWLOCK_INIT;
 std::vector<Note> g_notes;
-
-class Hold {
- public:
-  Hold() { AcquireSRWLockExclusive(&g_lock); }
-  ~Hold() { ReleaseSRWLockExclusive(&g_lock); }
-  Hold(const Hold&) = delete;
-  Hold& operator=(const Hold&) = delete;
-};
 
 // Signed distance from `now` to `due`: positive while `due` lies ahead.
 std::int32_t TicksUntil(std::uint32_t due, std::uint32_t now) {
@@ -59,7 +53,7 @@ Note* MostOverdueLocked(std::uint32_t now) {
 void NoteTimerArmed(HWND window, UINT_PTR id, UINT period) {
   const std::uint32_t effective = std::max<std::uint32_t>(period, kMinimumTimerPeriod);
   const Note note{window, id, effective, TickCount() + effective};
-  Hold hold;
+  ExclusiveHold hold(g_lock);
   auto it = std::find_if(g_notes.begin(), g_notes.end(),
                          [&](const Note& n) { return n.window == window && n.id == id; });
   if (it == g_notes.end())
@@ -69,14 +63,14 @@ void NoteTimerArmed(HWND window, UINT_PTR id, UINT period) {
 }
 
 void ForgetTimer(HWND window, UINT_PTR id) {
-  Hold hold;
+  ExclusiveHold hold(g_lock);
   g_notes.erase(std::remove_if(g_notes.begin(), g_notes.end(),
                                [&](const Note& n) { return n.window == window && n.id == id; }),
                 g_notes.end());
 }
 
 void ForgetWindowTimers(HWND window) {
-  Hold hold;
+  ExclusiveHold hold(g_lock);
   g_notes.erase(std::remove_if(g_notes.begin(), g_notes.end(),
                                [&](const Note& n) { return n.window == window; }),
                 g_notes.end());
@@ -84,7 +78,7 @@ void ForgetWindowTimers(HWND window) {
 
 void NoteTimerReported(HWND window, UINT_PTR id) {
   const std::uint32_t now = TickCount();
-  Hold hold;
+  ExclusiveHold hold(g_lock);
   for (Note& note : g_notes) {
     if (note.window == window && note.id == id)
       note.due = now + note.period;
@@ -96,7 +90,7 @@ unsigned DeliverTimersDueOn(std::uint32_t now) {
   for (;;) {
     MSG message = {};
     {
-      Hold hold;
+      ExclusiveHold hold(g_lock);
       Note* due = MostOverdueLocked(now);
       if (!due)
         return delivered;
@@ -109,7 +103,7 @@ unsigned DeliverTimersDueOn(std::uint32_t now) {
       // Re-arming drops an expiry that the system may report any moment.
       SetTimer(due->window, due->id, due->period, nullptr);
     }
-    DispatchMessageW(&message);
+    DispatchCarried(message);
     ++delivered;
   }
 }
@@ -117,7 +111,7 @@ unsigned DeliverTimersDueOn(std::uint32_t now) {
 DWORD MillisecondsUntilNextTimer() {
   const std::uint32_t now = TickCount();
   DWORD next = INFINITE;
-  Hold hold;
+  ExclusiveHold hold(g_lock);
   for (const Note& note : g_notes) {
     if (!OwnedByCaller(note.window))
       continue;
