@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Builds the library and its tests under one preset (release unless named:
-# debug, asan, tsan, or win64 to build for Windows and run under Wine) and
-# runs every test. CI=true makes warnings errors.
+# debug, asan, tsan, or win64 and win32 to build for Windows and run under
+# Wine) and runs every test. CI=true makes warnings errors.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 preset="${1:-release}"
