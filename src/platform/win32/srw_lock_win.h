@@ -9,27 +9,31 @@
 
 namespace base::platform::win32 {
 
-class ExclusiveHold {
+// Holds `lock` for its scope, exclusively or shared.
+template <bool kExclusive>
+class SrwHold {
  public:
-  explicit ExclusiveHold(SRWLOCK& lock) : lock_(lock) { AcquireSRWLockExclusive(&lock_); }
-  ExclusiveHold(const ExclusiveHold&) = delete;
-  ExclusiveHold& operator=(const ExclusiveHold&) = delete;
-  ~ExclusiveHold() { ReleaseSRWLockExclusive(&lock_); }
+  explicit SrwHold(SRWLOCK& lock) : lock_(lock) {
+    if constexpr (kExclusive)
+      AcquireSRWLockExclusive(&lock_);
+    else
+      AcquireSRWLockShared(&lock_);
+  }
+  SrwHold(const SrwHold&) = delete;
+  SrwHold& operator=(const SrwHold&) = delete;
+  ~SrwHold() {
+    if constexpr (kExclusive)
+      ReleaseSRWLockExclusive(&lock_);
+    else
+      ReleaseSRWLockShared(&lock_);
+  }
 
  private:
   SRWLOCK& lock_;
 };
 
-class SharedHold {
- public:
-  explicit SharedHold(SRWLOCK& lock) : lock_(lock) { AcquireSRWLockShared(&lock_); }
-  SharedHold(const SharedHold&) = delete;
-  SharedHold& operator=(const SharedHold&) = delete;
-  ~SharedHold() { ReleaseSRWLockShared(&lock_); }
-
- private:
-  SRWLOCK& lock_;
-};
+using ExclusiveHold = SrwHold<true>;
+using SharedHold = SrwHold<false>;
 
 }  // namespace base::platform::win32
 
