@@ -64,15 +64,14 @@ if(CMAKE_SIZEOF_VOID_P EQUAL 4)
     message(FATAL_ERROR "could not unpack the 32-bit Wine into ${BASE_WINE32_ROOT}")
   endif()
   set(BASE_WINE_LOADER "${BASE_WINE32_ROOT}/root/usr/lib/wine/wine")
-  set(BASE_WINE_ENVIRONMENT "WINEARCH=win32 \
-LD_LIBRARY_PATH='${BASE_WINE32_ROOT}/root/usr/lib/i386-linux-gnu:${BASE_WINE32_ROOT}/root/lib/i386-linux-gnu'")
+  set(BASE_WINE_ARCH win32)
   set(wine_zlib_dir "${PROJECT_BINARY_DIR}/wine-dlls")
   file(MAKE_DIRECTORY "${wine_zlib_dir}")
   file(CREATE_LINK /usr/i686-w64-mingw32/lib/zlib1.dll "${wine_zlib_dir}/zlib1.dll" SYMBOLIC)
   list(APPEND BASE_WINE_DLL_DIRS "${wine_zlib_dir}")
 else()
   set(BASE_WINE_LOADER /usr/lib/wine/wine64)
-  set(BASE_WINE_ENVIRONMENT "WINEARCH=win64")
+  set(BASE_WINE_ARCH win64)
 endif()
 set(BASE_WINE_PATH)
 foreach(dir IN LISTS BASE_WINE_DLL_DIRS)
@@ -81,7 +80,7 @@ foreach(dir IN LISTS BASE_WINE_DLL_DIRS)
 endforeach()
 set(BASE_WINE_RUN ${PROJECT_BINARY_DIR}/wine-run)
 file(CONFIGURE OUTPUT ${BASE_WINE_RUN} CONTENT "#!/bin/sh
-WINEPATH='${BASE_WINE_PATH}' ${BASE_WINE_ENVIRONMENT} exec \
+WINEPATH='${BASE_WINE_PATH}' WINEARCH=${BASE_WINE_ARCH} exec \
   '${PROJECT_SOURCE_DIR}/scripts/wine-run.sh' '${BASE_WINE_LOADER}' \
   '${PROJECT_BINARY_DIR}/wine-prefix' \"$@\"
 ")

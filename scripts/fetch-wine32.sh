@@ -3,11 +3,12 @@
 #
 # Puts Debian's 32-bit Wine (wine32:i386 and libwine:i386, of the same version
 # as the installed wine64) unpacked in DEST/root, for the 32-bit Windows build
-# to run its tests and demo: the loader is DEST/root/usr/lib/wine/wine. Beside
-# it go the 32-bit FreeType and the libraries it needs, which Wine loads for
-# its fonts (without them every process says so on its standard error); they
-# are found through LD_LIBRARY_PATH (DEST/root/usr/lib/i386-linux-gnu and
-# DEST/root/lib/i386-linux-gnu). Does nothing when it is already there.
+# to run its tests and demo: the loader is DEST/root/usr/lib/wine/wine. Does
+# nothing when it is already there.
+#
+# Without the 32-bit FreeType each process prints that Wine found no fonts, on
+# its standard error; with Debian's libfreetype6:i386 beside it, gdi32 faulted
+# in message-window tests. The message is left.
 #
 # Debian's way would be `dpkg --add-architecture i386` and `apt-get install
 # wine32:i386`, but on these machines the i386 index of the security archive
@@ -43,8 +44,7 @@ download="$dest/download"
 rm -rf "$download"
 mkdir -p "$download"
 (cd "$download" &&
-  apt-get "${private_apt_options[@]}" -qq download "wine32:i386=$version" "libwine:i386=$version" \
-    libfreetype6:i386 libpng16-16:i386 libbrotli1:i386 zlib1g:i386)
+  apt-get "${private_apt_options[@]}" -qq download "wine32:i386=$version" "libwine:i386=$version")
 
 # Unpack beside the final place, then rename, so that an interrupted run never
 # leaves a half tree that the check at the top would take for a whole one.

@@ -22,5 +22,14 @@ mkdir -p "$WINEPREFIX"
   if /usr/lib/wine/wineserver -p60 </dev/null >/dev/null 2>&1 9>&-; then
     "$loader" wineboot --init </dev/null >/dev/null 2>&1 9>&-
   fi
+  # No display: the null graphics driver, set once in a new prefix. Left to
+  # find its own, the 32-bit Wine's desktop process fails to start without
+  # ending, every program that makes a window waits 10 s for it and starts
+  # another, and a suite leaves hundreds of them behind.
+  if [[ ! -f "$WINEPREFIX/.graphics-null" ]]; then
+    "$loader" reg add 'HKCU\Software\Wine\Drivers' /v Graphics /d null /f \
+      </dev/null >/dev/null 2>&1 9>&-
+    touch "$WINEPREFIX/.graphics-null"
+  fi
 ) 9>"$WINEPREFIX.lock"
 exec "$loader" "$@"
