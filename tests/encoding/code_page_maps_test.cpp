@@ -75,16 +75,15 @@ TEST(CodePageMapsTest, SingleBytePagesHaveNoLeadBytes) {
   ExpectUnits(1252, {{0x80, 0x20AC}, {0x81, 0x81}, {0x9F, 0x178}, {0xFF, 0xFF}});
   ExpectUnits(437, {{0x1A, 0x1A}, {0x1C, 0x1C}, {0x7F, 0x7F}, {0xDB, 0x2588}});
 
-  // ASCII leaves its upper half undefined. Wine 8's table maps it onto the
-  // lower half instead, dropping the high bit.
+  // Windows' ASCII folds its upper half onto the lower, dropping the high bit,
+  // where the standard leaves it undefined. 0xBF then lands on the default
+  // character, which makes it invalid: only 0x3F may give '?'.
   const int* ascii = GetCPMap(20127);
   ASSERT_NE(ascii, nullptr);
   EXPECT_EQ(CountOf(ascii, kLeadByte), 0);
-  EXPECT_EQ(ascii[0x7F], 0x7F);
-  if (!base::testing::UnderWine()) {
-    EXPECT_EQ(CountOf(ascii, kInvalidByte), 128);
-    EXPECT_EQ(ascii[0x80], kInvalidByte);
-  }
+  EXPECT_EQ(CountOf(ascii, kInvalidByte), 1);
+  ExpectUnits(20127,
+              {{0x7F, 0x7F}, {0x80, 0x00}, {0xE9, 0x69}, {0xFF, 0x7F}, {0xBF, kInvalidByte}});
 
   // The thread's ANSI page, which unknown names lead to, has a map of its own.
   const int* threadAnsi = GetCPMap(3);

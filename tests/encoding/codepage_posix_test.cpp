@@ -28,24 +28,29 @@ TEST(CodePagePlatformTest, ReportsWhatTheBuildNeeds) {
   EXPECT_EQ(info.maxCharSize, 1u);
   EXPECT_EQ(info.unicodeDefaultChar, '?');
 
-  // Mac Arabic and Hebrew: the tables of ICU, iconv and Perl's Encode are
-  // too far from Windows' to serve them.
-  for (std::uint32_t page : {10004u, 10005u})
+  // Pages that ICU knows by a Windows name and Windows does not serve.
+  for (std::uint32_t page : {858u, 1200u, 51949u})
     EXPECT_FALSE(QueryCodePageInfo(page, info)) << page;
 
-  // Mac Thai and Croatian: from Perl's Encode.
-  for (std::uint32_t page : {10021u, 10082u}) {
-    ASSERT_TRUE(QueryCodePageInfo(page, info)) << page;
-    EXPECT_EQ(info.maxCharSize, 1u);
-    EXPECT_EQ(info.leadBytes[0], 0);
-    EXPECT_EQ(info.unicodeDefaultChar, '?');
-  }
-  // Bytes that Mac Thai leaves undefined have no character here, as in Mac
-  // Korean; Wine's tables give them U+0000.
+  // 10002 makes 0xFD and 0xFE single bytes where Big5, its source, has lead
+  // bytes: a pair that begins with one is two characters.
   std::uint16_t unit = 0xBEEF;
-  EXPECT_FALSE(ConvertToOneUnit(10021, "\x90", 1, unit));
-  EXPECT_FALSE(ConvertToOneUnit(10021, "\xFF", 1, unit));
+  for (const char* pair : {"\xFD\x40", "\xFE\xFE", "\xFD\xA1"})
+    EXPECT_FALSE(ConvertToOneUnit(10002, pair, 2, unit));
   EXPECT_EQ(unit, 0xBEEF);
+  EXPECT_TRUE(ConvertToOneUnit(10002, "\xFD", 1, unit));
+  EXPECT_EQ(unit, 0xA9);
+  EXPECT_TRUE(ConvertToOneUnit(10002, "\xFC\x40", 2, unit));
+
+  // Pairs that the source gives a character of a later edition: none on
+  // Windows, or another one, and the overridden pair leaves its neighbours.
+  unit = 0xBEEF;
+  EXPECT_FALSE(ConvertToOneUnit(20949, "\xA2\xE8", 2, unit));
+  EXPECT_EQ(unit, 0xBEEF);
+  EXPECT_TRUE(ConvertToOneUnit(20949, "\xA2\xE6", 2, unit));
+  EXPECT_EQ(unit, 0x20AC);
+  EXPECT_TRUE(ConvertToOneUnit(20932, "\xA2\x37", 2, unit));
+  EXPECT_EQ(unit, '~');
 
   // Failure leaves the caller's value alone.
   info.maxCharSize = 7;

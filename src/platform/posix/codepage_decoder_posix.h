@@ -1,5 +1,6 @@
 // One code page's bytes to UTF-16, as one of the system's conversion libraries
-// (ICU or glibc's iconv) or a table generated from Perl's Encode provides it.
+// (ICU or glibc's iconv) or a table generated from Wine's NLS files provides
+// it.
 // Posix-private.
 //
 // A decoder holds conversion state: one thread at a time, which the caller
@@ -35,8 +36,8 @@ std::unique_ptr<CodePageDecoder> OpenIcuDecoder(const char* name);
 // Null when iconv cannot convert from `name`.
 std::unique_ptr<CodePageDecoder> OpenIconvDecoder(const char* name);
 
-// Null when no table was generated for the Encode encoding `name`.
-std::unique_ptr<CodePageDecoder> OpenPerlEncodeDecoder(const char* name);
+// Null when no table was generated from the Wine NLS file `name` (c_NNNN).
+std::unique_ptr<CodePageDecoder> OpenWineTableDecoder(const char* name);
 
 // The Windows page of EUC-JP in characters of at most two bytes, over a
 // decoder of full EUC-JP (see codepage_eucjp_posix.cpp). Null when `eucJp` is.

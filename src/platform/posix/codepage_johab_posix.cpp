@@ -8,6 +8,10 @@
 //    Windows makes 0xD8 a lead byte and gives the row's 188 cells private-use
 //    characters from U+E000, in byte order, over the trail bytes of the symbol
 //    rows around it.
+//  - The hangul filler and the old letters at the end of row 0xDA are
+//    conjoining jamo on Windows, compatibility jamo (U+3164-U+318E) in glibc.
+#include <cstddef>
+#include <iterator>
 #include <utility>
 
 #include "platform/posix/codepage_decoder_posix.h"
@@ -21,6 +25,22 @@ constexpr unsigned char kLastLowTrail = 0x7E;
 constexpr unsigned char kFirstHighTrail = 0x91;
 constexpr unsigned char kLastHighTrail = 0xFE;
 constexpr int kLowTrails = kLastLowTrail - kFirstLowTrail + 1;
+
+// Row 0xDA from 0xD4 on, as Windows gives it. No rule derives these from the
+// compatibility jamo: Unicode's compatibility decompositions differ in four
+// (the filler among them), so the 43 characters are listed.
+constexpr unsigned char kOldLetterRow = 0xDA;
+constexpr unsigned char kFirstOldLetterTrail = 0xD4;
+// clang-format off
+constexpr std::uint16_t kOldLetters[] = {
+    0x115F, 0x1114, 0x1115, 0x11C7, 0x11C8, 0x11CC, 0x11CE, 0x11D3,
+    0x11D7, 0x11D9, 0x111C, 0x11DD, 0x11DF, 0x111D, 0x111E, 0x1120,
+    0x1122, 0x1123, 0x1127, 0x1128, 0x112B, 0x112C, 0x112D, 0x112E,
+    0x112F, 0x1132, 0x1136, 0x1140, 0x1147, 0x114C, 0x1145, 0x1146,
+    0x1157, 0x1158, 0x1159, 0x1184, 0x1185, 0x1188, 0x1191, 0x1192,
+    0x1194, 0x119E, 0x11A1,
+};
+// clang-format on
 
 // A syllable code is 1, then five bits each for the initial, the vowel and
 // the final. Code 1 fills an empty initial or final, code 2 an empty vowel.
@@ -103,6 +123,8 @@ class JohabDecoder final : public CodePageDecoder {
       const auto trail = static_cast<unsigned char>(bytes[1]);
       if (lead == kUserRow)
         return UserCell(trail, out);
+      if (lead == kOldLetterRow && OldLetter(trail, out))
+        return true;
       if (LetterAlone(lead, trail, out))
         return true;
     }
@@ -119,6 +141,15 @@ class JohabDecoder final : public CodePageDecoder {
     else
       return false;
     out = static_cast<std::uint16_t>(kFirstPrivateUse + index);
+    return true;
+  }
+
+  // 0xDAFF lies past the list, and glibc has nothing there either.
+  static bool OldLetter(unsigned char trail, std::uint16_t& out) {
+    const std::size_t index = static_cast<std::size_t>(trail - kFirstOldLetterTrail);
+    if (trail < kFirstOldLetterTrail || index >= std::size(kOldLetters))
+      return false;
+    out = kOldLetters[index];
     return true;
   }
 

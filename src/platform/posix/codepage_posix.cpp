@@ -1,7 +1,7 @@
 // Code pages from the system's conversion libraries: each page's source is
 // chosen in codepage_sources_posix.cpp, and its decoder wraps ICU, iconv or a
-// table generated from Perl's Encode. A page without a source is unknown, as
-// an uninstalled page is on Windows.
+// table generated from Wine's NLS files. A page without a source is unknown,
+// as an uninstalled page is on Windows.
 //
 // One decoder is opened per page on first use and kept until the process or
 // the library ends: an open costs several times a two-byte conversion. A
@@ -64,10 +64,12 @@ bool IsRotatedControl(char byte) {
 }
 
 struct PageDecoder {
-  explicit PageDecoder(std::uint32_t page) : overrides(page), privateUse(page) {}
+  explicit PageDecoder(std::uint32_t page)
+      : overrides(page), pairOverrides(page), privateUse(page) {}
 
   std::unique_ptr<CodePageDecoder> decoder;  // null: the page is unknown
   ByteOverrides overrides;
+  PairOverrides pairOverrides;
   PrivateUseMoves privateUse;
   bool rotatesControls = false;
   // Every byte alone is a character or invalid, so two bytes or more never
@@ -81,8 +83,8 @@ std::unique_ptr<CodePageDecoder> OpenLibraryDecoder(const CodePageSource& source
       return OpenIcuDecoder(source.name.c_str());
     case ConversionLibrary::kIconv:
       return OpenIconvDecoder(source.name.c_str());
-    case ConversionLibrary::kPerlEncode:
-      return OpenPerlEncodeDecoder(source.name.c_str());
+    case ConversionLibrary::kWineTable:
+      return OpenWineTableDecoder(source.name.c_str());
     case ConversionLibrary::kNone:
       break;
   }
@@ -170,6 +172,11 @@ void FillLeadBytes(const PageDecoder& opened, std::uint8_t (&cells)[kLeadByteCel
   }
 }
 
+std::uint16_t PairOf(const char* bytes) {
+  return static_cast<std::uint16_t>(static_cast<unsigned char>(bytes[0]) << 8 |
+                                    static_cast<unsigned char>(bytes[1]));
+}
+
 }  // namespace
 
 bool QueryCodePageInfo(std::uint32_t page, CodePageInfo& info) {
@@ -205,8 +212,18 @@ bool ConvertToOneUnit(std::uint32_t page, const char* bytes, int length, std::ui
     out = static_cast<std::uint8_t>(bytes[0]);
     return true;
   }
-  if (length == 1 && opened.overrides.Find(static_cast<unsigned char>(bytes[0]), out))
+  std::uint16_t firstByteUnit = 0;
+  if (opened.overrides.Find(static_cast<unsigned char>(bytes[0]), firstByteUnit)) {
+    // A byte with a character of its own here begins two characters, even
+    // where the source's table has it lead a pair (10002's 0xFD and 0xFE).
+    if (length > 1)
+      return false;
+    out = firstByteUnit;
     return true;
+  }
+  bool defined = false;
+  if (length == 2 && opened.pairOverrides.Find(PairOf(bytes), defined, out))
+    return defined;
   if (!decoder->ToOneUnit(bytes, length, out))
     return false;
   opened.privateUse.Apply(out);

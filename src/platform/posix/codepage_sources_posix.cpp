@@ -3,8 +3,9 @@
 // tables or glibc's iconv (for 949 and 950 those differ in thousands of
 // pairs), Microsoft's own choices included, such as 0x8160 of page 932 to
 // U+FF5E. Where ICU has no Windows name for a page, its IBM, Mac or standard
-// name stands in; where ICU has no table at all, glibc's iconv does, and where
-// neither has one, a table generated from Perl's Encode.
+// name stands in; where ICU has no table at all, glibc's iconv does. A
+// single-byte page that neither has in Microsoft's edition is a table
+// generated once from Wine's NLS files.
 #include "platform/posix/codepage_sources_posix.h"
 
 namespace base::platform {
@@ -19,39 +20,54 @@ struct NamedSource {
   CodePageSource::Adaptation adaptation = CodePageSource::Adaptation::kNone;
 };
 
-// Pages that ICU does not know as "windows-NNN". The Mac Romanian and
-// Icelandic pages are Mac Roman with a few letters replaced (see the byte
-// overrides); the Mac Japanese and Chinese pages are Shift-JIS and Big5 with
-// Apple's single-byte signs. 10003 and 20949 come from glibc because ICU's
-// EUC-KR lacks the euro and registered signs and calls every byte from 0xA1 to
-// 0xFE a lead byte, empty rows included. Mac Thai and Croatian are Apple's
-// tables as Encode carries them.
+// Pages that ICU does not know as "windows-NNN", or whose "windows-NNN" table
+// is not Microsoft's. The Mac Japanese and Chinese pages are Shift-JIS and Big5
+// with Apple's single-byte signs. 10003 and 20949 come from glibc because
+// ICU's EUC-KR lacks the euro and registered signs and calls every byte from
+// 0xA1 to 0xFE a lead byte, empty rows included. The single-byte pages where
+// no library has Microsoft's edition (Mac Arabic and Hebrew have none at all)
+// are tables generated from Wine's NLS files.
 constexpr NamedSource kNamedSources[] = {
     {37, ConversionLibrary::kIcu, "ibm-37"},
     {500, ConversionLibrary::kIcu, "ibm-500"},
-    {708, ConversionLibrary::kIcu, "ASMO-708"},
+    {708, ConversionLibrary::kWineTable, "c_708"},
     {860, ConversionLibrary::kIcu, "ibm-860"},
     {863, ConversionLibrary::kIcu, "ibm-863"},
-    {864, ConversionLibrary::kIcu, "ibm-864"},
+    {864, ConversionLibrary::kWineTable, "c_864"},
     {865, ConversionLibrary::kIcu, "ibm-865"},
+    {869, ConversionLibrary::kWineTable, "c_869"},
     {875, ConversionLibrary::kIcu, "ibm-875"},
     {1026, ConversionLibrary::kIcu, "ibm-1026"},
+    {1255, ConversionLibrary::kWineTable, "c_1255"},
     {1361, ConversionLibrary::kIconv, "JOHAB", CodePageSource::Adaptation::kWindowsJohab},
+    {10000, ConversionLibrary::kWineTable, "c_10000"},
     {10001, ConversionLibrary::kIcu, "windows-932"},
     {10002, ConversionLibrary::kIcu, "windows-950"},
     {10003, ConversionLibrary::kIconv, "EUC-KR"},
+    {10004, ConversionLibrary::kWineTable, "c_10004"},
+    {10005, ConversionLibrary::kWineTable, "c_10005"},
+    {10006, ConversionLibrary::kWineTable, "c_10006"},
+    {10007, ConversionLibrary::kWineTable, "c_10007"},
     {10008, ConversionLibrary::kIconv, "EUC-CN"},
-    {10010, ConversionLibrary::kIcu, "windows-10000"},
+    {10010, ConversionLibrary::kWineTable, "c_10010"},
     {10017, ConversionLibrary::kIconv, "MAC-UK"},
-    {10021, ConversionLibrary::kPerlEncode, "MacThai"},
-    {10079, ConversionLibrary::kIcu, "windows-10000"},
-    {10082, ConversionLibrary::kPerlEncode, "MacCroatian"},
-    {20127, ConversionLibrary::kIcu, "US-ASCII"},
+    {10021, ConversionLibrary::kWineTable, "c_10021"},
+    {10079, ConversionLibrary::kWineTable, "c_10079"},
+    {10081, ConversionLibrary::kWineTable, "c_10081"},
+    {10082, ConversionLibrary::kWineTable, "c_10082"},
+    {20127, ConversionLibrary::kWineTable, "c_20127"},
     {20932, ConversionLibrary::kIconv, "EUC-JP", CodePageSource::Adaptation::kDoubleByteEucJp},
     {20949, ConversionLibrary::kIconv, "EUC-KR"},
+    {21866, ConversionLibrary::kWineTable, "c_21866"},
     {28591, ConversionLibrary::kIcu, "ISO-8859-1"},
+    {28597, ConversionLibrary::kWineTable, "c_28597"},
+    {28598, ConversionLibrary::kWineTable, "c_28598"},
     {kUtf8Page, ConversionLibrary::kIcu, "UTF-8"},
 };
+
+// Pages that ICU knows by a Windows name but Windows serves to no multibyte
+// caller: UTF-16, DOS Latin 1 with the euro (858) and EUC-KR as 51949.
+constexpr std::uint32_t kUnservedPages[] = {858, 1200, 1201, 51949};
 
 // Single bytes that Windows maps and the source of the same page does not, or
 // maps elsewhere, as Microsoft's published tables give them.
@@ -73,13 +89,11 @@ constexpr ByteOverride kWindowsByteOverrides[] = {
     {720, 0x8D, 0x008D}, {720, 0x8E, 0x008E}, {720, 0x8F, 0x008F}, {720, 0x90, 0x0090},
     {1361, 0x5C, 0x005C}, {1361, 0x80, 0x0080}, {1361, 0x81, 0x0081}, {1361, 0x82, 0x0082},
     {1361, 0x83, 0x0083},
-    // The micro sign of the DOS pages (ICU has the Greek mu), and a few signs
-    // of 852, 864 and 869.
+    // The micro sign of the DOS pages (ICU has the Greek mu), and a sign of
+    // 852.
     {437, 0xE6, 0x00B5}, {860, 0xE6, 0x00B5}, {861, 0xE6, 0x00B5}, {862, 0xE6, 0x00B5},
     {863, 0xE6, 0x00B5}, {865, 0xE6, 0x00B5},
     {852, 0xAA, 0x00AC},
-    {864, 0x25, 0x066A}, {864, 0xD7, 0xFEC1}, {864, 0xD8, 0xFEC5}, {864, 0xF1, 0x0651},
-    {869, 0x88, 0x00B7}, {869, 0xEF, 0x0384},
     // EBCDIC: Microsoft's 875 sends six unassigned bytes to SUB; its 1026 has
     // the feminine ordinal where IBM has since put the Turkish lira.
     {875, 0xDC, 0x001A}, {875, 0xE1, 0x001A}, {875, 0xEC, 0x001A}, {875, 0xED, 0x001A},
@@ -91,16 +105,29 @@ constexpr ByteOverride kWindowsByteOverrides[] = {
     {10001, 0xFF, 0x2026},
     {10002, 0xFD, 0x00A9}, {10002, 0xFE, 0x2122}, {10002, 0xFF, 0x2026},
     {10008, 0x80, 0x0080},
-    // Where Mac Romanian and Mac Icelandic depart from Mac Roman.
-    {10010, 0xAE, 0x0102}, {10010, 0xAF, 0x015E}, {10010, 0xBE, 0x0103}, {10010, 0xBF, 0x015F},
-    {10010, 0xDB, 0x00A4}, {10010, 0xDE, 0x0162}, {10010, 0xDF, 0x0163},
-    {10079, 0xA0, 0x00DD}, {10079, 0xDB, 0x00A4}, {10079, 0xDC, 0x00D0}, {10079, 0xDD, 0x00F0},
-    {10079, 0xDE, 0x00DE}, {10079, 0xDF, 0x00FE}, {10079, 0xE0, 0x00FD},
-    // Apple's tables leave out DEL, and have since put the euro where Mac
-    // Croatian had the currency sign and the word joiner for Mac Thai's
-    // zero-width no-break space.
-    {10082, 0x7F, 0x007F}, {10082, 0xDB, 0x00A4},
-    {10021, 0xDB, 0xFEFF},
+    // The bytes that begin rows left empty in the Korean and Chinese sets are
+    // single bytes with U+0000 in Microsoft's tables.
+    {10003, 0xC9, 0x0000}, {20949, 0xC9, 0x0000},
+    {10008, 0xAA, 0x0000}, {10008, 0xAB, 0x0000}, {10008, 0xAC, 0x0000}, {10008, 0xAD, 0x0000},
+    {10008, 0xAE, 0x0000}, {10008, 0xAF, 0x0000},
+};
+// clang-format on
+
+// Pairs where the source follows a later edition of its standard than
+// Microsoft's table: signs added since (the euro in Big5, KS X 1001:1998's
+// euro, registered and circled hangul signs), and three that moved.
+struct PairOverride {
+  std::uint32_t page;
+  std::uint16_t pair;
+  bool defined;
+  std::uint16_t unit;
+};
+// clang-format off
+constexpr PairOverride kWindowsPairOverrides[] = {
+    {1361, 0xD9E8, false, 0}, {10002, 0xA3E1, false, 0},
+    {10003, 0xA2E6, false, 0}, {10003, 0xA2E7, false, 0}, {10003, 0xA2E8, false, 0},
+    {20949, 0xA2E8, false, 0},
+    {10003, 0xB4D3, true, 0xB2D6}, {10008, 0xA1AC, true, 0x2225}, {20932, 0xA237, true, 0x007E},
 };
 // clang-format on
 
@@ -125,8 +152,10 @@ constexpr PrivateUseMove kWindowsPrivateUseMoves[] = {
 
 CodePageSource FindCodePageSource(std::uint32_t page) {
   CodePageSource source;
-  if (page == 1200 || page == 1201)  // UTF-16 is no multibyte page on Windows.
-    return source;
+  for (std::uint32_t unserved : kUnservedPages) {
+    if (unserved == page)
+      return source;
+  }
   for (const NamedSource& named : kNamedSources) {
     if (named.page == page) {
       source.library = named.library;
@@ -167,6 +196,25 @@ bool ByteOverrides::Find(unsigned char byte, std::uint16_t& out) const {
   for (const auto& unit : units_) {
     if (unit.first == byte) {
       out = unit.second;
+      return true;
+    }
+  }
+  return false;
+}
+
+PairOverrides::PairOverrides(std::uint32_t page) {
+  for (const PairOverride& entry : kWindowsPairOverrides) {
+    if (entry.page == page)
+      entries_.push_back({entry.pair, entry.defined, entry.unit});
+  }
+}
+
+bool PairOverrides::Find(std::uint16_t pair, bool& defined, std::uint16_t& out) const {
+  for (const Entry& entry : entries_) {
+    if (entry.pair == pair) {
+      defined = entry.defined;
+      if (defined)
+        out = entry.unit;
       return true;
     }
   }

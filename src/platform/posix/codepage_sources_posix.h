@@ -12,11 +12,12 @@
 
 namespace base::platform {
 
-enum class ConversionLibrary { kNone, kIcu, kIconv, kPerlEncode };
+enum class ConversionLibrary { kNone, kIcu, kIconv, kWineTable };
 
 struct CodePageSource {
   ConversionLibrary library = ConversionLibrary::kNone;
-  // The converter's (or for kPerlEncode, the encoding's) name in that library.
+  // The converter's name in that library; for kWineTable the name of the NLS
+  // file the table was generated from.
   std::string name;
   // How the library's table is adapted to the Windows page.
   enum class Adaptation {
@@ -47,6 +48,25 @@ class ByteOverrides {
  private:
   // At most a handful per page, so a scan beats a lookup table.
   std::vector<std::pair<unsigned char, std::uint16_t>> units_;
+};
+
+// The Windows answers for the few pairs of one page that its source maps
+// elsewhere, or maps where Windows has no character.
+class PairOverrides {
+ public:
+  explicit PairOverrides(std::uint32_t page);
+
+  // True when `pair` (lead << 8 | trail) is overridden; then `defined` tells
+  // whether Windows gives it a character, and `out` holds it if so.
+  bool Find(std::uint16_t pair, bool& defined, std::uint16_t& out) const;
+
+ private:
+  struct Entry {
+    std::uint16_t pair;
+    bool defined;
+    std::uint16_t unit;
+  };
+  std::vector<Entry> entries_;
 };
 
 // The private-use characters of one page's pairs that its source numbers

@@ -1,5 +1,7 @@
-// Byte maps of single-byte pages that no conversion library on the system
-// has, generated at build time from Perl's Encode (cmake/codepage_tables.pl).
+// Byte maps of the single-byte pages that no conversion library on the system
+// has in Microsoft's edition, generated once from Wine's NLS files
+// (scripts/wine-codepage-tables.pl, output committed as
+// codepage_wine_tables_posix.cpp).
 // Posix-private.
 #ifndef BASE_PLATFORM_POSIX_CODEPAGE_TABLE_POSIX_H_
 #define BASE_PLATFORM_POSIX_CODEPAGE_TABLE_POSIX_H_
@@ -11,15 +13,15 @@
 namespace base::platform {
 
 struct NamedByteTable {
-  // The encoding's name in Encode.
+  // The NLS file's name without its extension (c_NNNN).
   const char* name;
   // The UTF-16 unit of each byte, or -1 where the byte is no character.
   std::int32_t units[kByteValues];
 };
 
 // In the generated source.
-extern const NamedByteTable kPerlEncodeTables[];
-extern const int kPerlEncodeTableCount;
+extern const NamedByteTable kWineTables[];
+extern const int kWineTableCount;
 
 }  // namespace base::platform
 
