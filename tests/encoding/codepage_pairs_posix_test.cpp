@@ -2,7 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cstdint>
+#include <thread>
+
+#include "platform/codepage.h"
+#include "platform/testing/codepage_testing.h"
 
 namespace base::platform {
 namespace {
@@ -50,6 +55,32 @@ TEST(CodePagePairTableTest, AnswersAsItsConversionDidWhicheverUnitsThePairsTake)
   // A page of single bytes: no pair converts, and no unit is kept.
   const PairTable none(3, [](const char*, std::uint16_t&) { return false; });
   EXPECT_EQ(CountWrongAnswers(none, [](int) { return -1; }), 0);
+}
+
+TEST(CodePagePairTableTest, ATableBuiltOnOneThreadIsWholeOnAnother) {
+  // The reader takes the tables' lock before the table of 949 is built, then
+  // learns of it through flags that order nothing: only the way the table is
+  // handed out can make its contents visible to the reader (the thread
+  // sanitizer build sees a race if it does not).
+  testing::CloseCodePageConverters();
+  std::atomic<bool> readerStarted{false};
+  std::atomic<bool> built{false};
+  std::uint16_t unit = 0;
+  std::thread reader([&] {
+    std::uint16_t other = 0;
+    EXPECT_TRUE(ConvertToOneUnit(950, "\xA4\x40", kPairLength, other));
+    readerStarted.store(true, std::memory_order_relaxed);
+    while (!built.load(std::memory_order_relaxed))
+      std::this_thread::yield();
+    EXPECT_TRUE(ConvertToOneUnit(949, "\xB0\xA1", kPairLength, unit));
+  });
+  while (!readerStarted.load(std::memory_order_relaxed))
+    std::this_thread::yield();
+  std::uint16_t own = 0;
+  EXPECT_TRUE(ConvertToOneUnit(949, "\xB0\xA1", kPairLength, own));
+  built.store(true, std::memory_order_relaxed);
+  reader.join();
+  EXPECT_EQ(unit, 0xAC00);
 }
 
 }  // namespace
