@@ -63,23 +63,19 @@ bool PairTable::Find(const char* pair, std::uint16_t& out) const {
 }
 
 bool PairTables::Convert(std::uint32_t page, const char* pair, std::uint16_t& out) {
-  const PairTable* table = last_.load(std::memory_order_acquire);
-  if (!table || table->page() != page)
-    table = Get(page);
-  return table && table->Find(pair, out);
+  const PairTable* last = last_.load(std::memory_order_acquire);
+  if (last && last->page() == page)
+    return last->Find(pair, out);
+  return Get(page).Find(pair, out);
 }
 
-const PairTable* PairTables::Get(std::uint32_t page) {
+const PairTable& PairTables::Get(std::uint32_t page) {
   std::lock_guard<std::mutex> hold(lock_);
   auto found = tables_.find(page);
-  if (found == tables_.end()) {
-    std::unique_ptr<PairTable> built = build_(page);
-    if (!built)
-      return nullptr;
-    found = tables_.emplace(page, std::move(built)).first;
-  }
+  if (found == tables_.end())
+    found = tables_.emplace(page, build_(page)).first;
   last_.store(found->second.get(), std::memory_order_release);
-  return found->second.get();
+  return *found->second;
 }
 
 void PairTables::Clear() {

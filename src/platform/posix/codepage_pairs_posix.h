@@ -52,8 +52,10 @@ class PairTable {
 // pair and kept until Clear or the end of the library. Any thread may convert.
 class PairTables {
  public:
-  // Makes the table of a resolved page, or gives null when the page is
-  // unknown; an unknown page gets no table, so unknown numbers cost no memory.
+  // Makes the table of a resolved page; an empty one when the page is
+  // unknown, so that a later pair of it costs a lookup, not a search for its
+  // decoder. Like the library's other maps of pages, the tables gain a small
+  // entry for each page number asked for.
   using Builder = std::unique_ptr<PairTable> (*)(std::uint32_t page);
 
   explicit PairTables(Builder build) : build_(build) {}
@@ -68,8 +70,8 @@ class PairTables {
 
  private:
   // Finds or builds the table of `page` under the lock, and makes it the
-  // last one. Null for an unknown page.
-  const PairTable* Get(std::uint32_t page);
+  // last one.
+  const PairTable& Get(std::uint32_t page);
 
   const Builder build_;
   std::mutex lock_;

@@ -218,13 +218,11 @@ bool ConvertWithDecoder(const PageDecoder& opened,
 }
 
 // Every pair of `page` as the decoder path answers it, asked under one hold of
-// the lock. Null when the page is unknown.
+// the lock. An unknown page converts no pair, so its table is empty.
 std::unique_ptr<PairTable> BuildPairTable(std::uint32_t page) {
   DecoderCache& cache = Cache();
   std::lock_guard<std::mutex> hold(cache.lock());
   const PageDecoder& opened = cache.Get(page);
-  if (!opened.decoder)
-    return nullptr;
   return std::make_unique<PairTable>(page, [&opened](const char* pair, std::uint16_t& unit) {
     return ConvertWithDecoder(opened, pair, kPairLength, unit);
   });
