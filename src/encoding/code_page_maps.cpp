@@ -8,20 +8,30 @@
 namespace XmlText {
 namespace Encoding {
 
-// After a build, successful or not, the page has an entry in both maps.
+namespace {
+
+// The page's entry in `map`, built first if the page is new; after a build,
+// successful or not, the page has an entry in both maps. One search when the
+// page is known: CPConvert falls back here on every pair that is no
+// character, which is every pair of a single-byte page.
+template <typename Map>
+typename Map::mapped_type FindOrBuild(Map& map, int codePage) {
+  auto found = map.find(codePage);
+  if (found == map.end()) {
+    base::BuildCodePageTables(codePage);
+    found = map.find(codePage);
+  }
+  return found->second;
+}
+
+}  // namespace
 
 const int* GetCPMap(int codePage) {
-  auto& maps = base::CodePageTables.byteMaps;
-  if (maps.count(codePage) == 0)
-    base::BuildCodePageTables(codePage);
-  return maps.find(codePage)->second;
+  return FindOrBuild(base::CodePageTables.byteMaps, codePage);
 }
 
 int GetCPDefChar(int codePage) {
-  auto& defaults = base::CodePageTables.defaultChars;
-  if (defaults.count(codePage) == 0)
-    base::BuildCodePageTables(codePage);
-  return defaults.find(codePage)->second;
+  return FindOrBuild(base::CodePageTables.defaultChars, codePage);
 }
 
 int CPConvert(int codePage, const char* bytes) {

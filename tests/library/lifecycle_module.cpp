@@ -57,6 +57,11 @@ BASE_TEST_MODULE_ENTRY const int* BaseTestCodePageMap(int codePage) {
   return XmlText::Encoding::GetCPMap(codePage);
 }
 
+BASE_TEST_MODULE_ENTRY int BaseTestCodePagePair(int codePage, char lead, char trail) {
+  const char pair[2] = {lead, trail};
+  return XmlText::Encoding::CPConvert(codePage, pair);
+}
+
 BASE_TEST_MODULE_ENTRY unsigned BaseTestFirstHandle() {
   static int object;
   unsigned handle = 0;

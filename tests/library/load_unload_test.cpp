@@ -68,10 +68,11 @@ TEST(LoadUnloadTest, EachLoadStartsAfresh) {
     Module module;
     const int* map = module.Call<const int*>("BaseTestCodePageMap", 1252);
     ASSERT_NE(map, nullptr);
+    EXPECT_EQ(module.Call<int>("BaseTestCodePagePair", 936, '\xB0', '\xA1'), 0x554A);
     EXPECT_EQ(module.Call<unsigned>("BaseTestFirstHandle"), 0xFFFFu) << "round " << round;
     EXPECT_EQ(module.Call<std::uint32_t>("BaseTestRunOneTask"), 1u) << "round " << round;
-    // A map stays valid until the unload (which frees it: asan would see a
-    // leak otherwise).
+    // A map stays valid until the unload (which frees it and the pair
+    // tables: asan would see a leak otherwise).
     EXPECT_EQ(map[0x80], 0x20AC);
     EXPECT_EQ(map['A'], 'A');
     module.Unload();

@@ -5,7 +5,9 @@
 //
 // One decoder is opened per page on first use and kept until the process or
 // the library ends: an open costs several times a two-byte conversion. A
-// decoder holds state, so all use goes through one lock.
+// decoder holds state, so all use goes through one lock. Two-byte conversions
+// are answered from tables that the decoders fill on a page's first pair
+// (codepage_pairs_posix.h).
 #include "platform/codepage.h"
 
 #include <atomic>
@@ -15,6 +17,7 @@
 #include <utility>
 
 #include "platform/posix/codepage_decoder_posix.h"
+#include "platform/posix/codepage_pairs_posix.h"
 #include "platform/posix/codepage_sources_posix.h"
 #include "platform/testing/codepage_testing.h"
 
@@ -198,13 +201,14 @@ bool QueryCodePageInfo(std::uint32_t page, CodePageInfo& info) {
   return true;
 }
 
-bool ConvertToOneUnit(std::uint32_t page, const char* bytes, int length, std::uint16_t& out) {
-  if (!bytes || length <= 0)
-    return false;
-  page = ResolvePseudoPage(page);
-  DecoderCache& cache = Cache();
-  std::lock_guard<std::mutex> hold(cache.lock());
-  const PageDecoder& opened = cache.Get(page);
+namespace {
+
+// The conversion of `length` bytes through the page's decoder, with the
+// page's adaptations to Windows. The caller holds the cache's lock.
+bool ConvertWithDecoder(const PageDecoder& opened,
+                        const char* bytes,
+                        int length,
+                        std::uint16_t& out) {
   CodePageDecoder* decoder = opened.decoder.get();
   if (!decoder || (length > 1 && opened.singleByte))
     return false;
@@ -230,6 +234,36 @@ bool ConvertToOneUnit(std::uint32_t page, const char* bytes, int length, std::ui
   return true;
 }
 
+// Every pair of `page` as the decoder path answers it, asked under one hold of
+// the lock. An unknown page converts no pair, so its table is empty.
+std::unique_ptr<PairTable> BuildPairTable(std::uint32_t page) {
+  DecoderCache& cache = Cache();
+  std::lock_guard<std::mutex> hold(cache.lock());
+  const PageDecoder& opened = cache.Get(page);
+  return std::make_unique<PairTable>(page, [&opened](const char* pair, std::uint16_t& unit) {
+    return ConvertWithDecoder(opened, pair, kPairLength, unit);
+  });
+}
+
+// Its lock is taken before the cache's, never after it.
+PairTables& Pairs() {
+  static PairTables tables(BuildPairTable);
+  return tables;
+}
+
+}  // namespace
+
+bool ConvertToOneUnit(std::uint32_t page, const char* bytes, int length, std::uint16_t& out) {
+  if (!bytes || length <= 0)
+    return false;
+  page = ResolvePseudoPage(page);
+  if (length == kPairLength)
+    return Pairs().Convert(page, bytes, out);
+  DecoderCache& cache = Cache();
+  std::lock_guard<std::mutex> hold(cache.lock());
+  return ConvertWithDecoder(cache.Get(page), bytes, length, out);
+}
+
 namespace testing {
 
 int CodePageInfoQueries() {
@@ -242,6 +276,7 @@ int CodePageConverterOpens() {
 
 void CloseCodePageConverters() {
   DecoderCache& cache = Cache();
+  Pairs().Clear();
   std::lock_guard<std::mutex> hold(cache.lock());
   cache.Clear();
 }
