@@ -31,9 +31,9 @@
 #include <mutex>
 #include <new>
 
+#include "platform/posix/blocking_wait_posix.h"
 #include "platform/posix/process_exit_posix.h"
 #include "platform/testing/wait_testing.h"
-#include "platform/posix/blocking_wait_posix.h"
 
 namespace base::platform {
 namespace {
@@ -283,9 +283,6 @@ class ObjectTable {
   std::uint32_t freeHead_ = 0;  // free slot + 1, or 0 for none
 };
 
-std::atomic<std::uint64_t> g_timersCreated{0};
-std::atomic<bool> g_failNextEvent{false};
-
 // The open object of `kind` that a handle names, locked, or null.
 class LockedObject {
  public:
@@ -312,7 +309,9 @@ class LockedObject {
 // is registered.
 class WaitList {
  public:
-  // False if a handle is not open or appears twice; nothing is held then.
+  // False if a handle is not open or two handles name one slot (distinct
+  // values, one of them stale: locking it twice would deadlock); nothing is
+  // held then.
   bool Acquire(std::uint32_t count, const HANDLE* handles) {
     count_ = count;
     std::uint32_t generations[kMaxWaitObjects];
@@ -440,13 +439,11 @@ std::uint32_t Block(Waiter& waiter, WaitList& list, std::int64_t deadline) {
 
 }  // namespace
 
-HANDLE CreateEvent(bool manualReset, bool initiallySignalled) {
-  if (g_failNextEvent.exchange(false, std::memory_order_relaxed))
-    return nullptr;
+HANDLE CreateSystemEvent(bool manualReset, bool initiallySignalled) {
   return ObjectTable::Instance().Create(Kind::kEvent, !manualReset, initiallySignalled);
 }
 
-bool SetEvent(HANDLE event) {
+bool SetSystemEvent(HANDLE event) {
   LockedObject object(event, Kind::kEvent);
   if (!object.get())
     return false;
@@ -454,7 +451,7 @@ bool SetEvent(HANDLE event) {
   return true;
 }
 
-bool ResetEvent(HANDLE event) {
+bool ResetSystemEvent(HANDLE event) {
   LockedObject object(event, Kind::kEvent);
   if (!object.get())
     return false;
@@ -462,14 +459,11 @@ bool ResetEvent(HANDLE event) {
   return true;
 }
 
-HANDLE CreateWaitableTimer() {
-  HANDLE timer = ObjectTable::Instance().Create(Kind::kTimer, true, false);
-  if (timer)
-    g_timersCreated.fetch_add(1, std::memory_order_relaxed);
-  return timer;
+HANDLE CreateSystemWaitableTimer() {
+  return ObjectTable::Instance().Create(Kind::kTimer, true, false);
 }
 
-bool SetWaitableTimer(HANDLE timer, std::int64_t dueTime) {
+bool SetSystemWaitableTimer(HANDLE timer, std::int64_t dueTime) {
   LockedObject locked(timer, Kind::kTimer);
   Object* object = locked.get();
   if (!object)
@@ -494,7 +488,7 @@ bool SetWaitableTimer(HANDLE timer, std::int64_t dueTime) {
   return true;
 }
 
-bool CloseHandle(HANDLE handle) {
+bool CloseSystemHandle(HANDLE handle) {
   std::uint32_t generation = 0;
   Object* object = ObjectTable::Instance().Find(handle, generation);
   if (!object)
@@ -509,15 +503,11 @@ bool CloseHandle(HANDLE handle) {
   return true;
 }
 
-std::uint32_t WaitForSingleObject(HANDLE object, std::uint32_t milliseconds) {
-  return WaitForMultipleObjects(1, &object, milliseconds);
-}
-
-std::uint32_t WaitForMultipleObjects(std::uint32_t count,
-                                     const HANDLE* objects,
-                                     std::uint32_t milliseconds) {
+std::uint32_t WaitForSystemObjects(std::uint32_t count,
+                                   const HANDLE* objects,
+                                   std::uint32_t milliseconds) {
   WaitList list;
-  if (count == 0 || count > kMaxWaitObjects || !objects || !list.Acquire(count, objects))
+  if (!list.Acquire(count, objects))
     return WAIT_FAILED;
   const std::int64_t now = MonotonicNs();
   const int signalled = list.TakeSignalled(now);
@@ -539,14 +529,6 @@ std::uint32_t WaitForMultipleObjects(std::uint32_t count,
 }
 
 namespace testing {
-
-std::uint64_t WaitableTimersCreated() {
-  return g_timersCreated.load(std::memory_order_relaxed);
-}
-
-void FailNextEventCreation() {
-  g_failNextEvent.store(true, std::memory_order_relaxed);
-}
 
 unsigned WaitersOf(HANDLE handle) {
   std::uint32_t generation = 0;
