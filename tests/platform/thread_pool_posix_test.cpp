@@ -44,7 +44,10 @@ struct Occupancy {
 };
 
 // Items that block until the test opens them, in a wait of the library or in
-// one the pool cannot see, and count how many are inside at once.
+// one the pool cannot see, and count how many are inside at once. Only a hang
+// keeps them past the bound.
+constexpr std::uint32_t kBlockLimitMs = 10000;
+
 struct Blockers {
   HANDLE open = CreateEvent(true, false);
   std::mutex mutex;
@@ -72,7 +75,7 @@ struct Blockers {
   static std::uint32_t InWait(void* context) {
     auto* self = static_cast<Blockers*>(context);
     self->Enter();
-    WaitForSingleObject(self->open, INFINITE);
+    WaitForSingleObject(self->open, kBlockLimitMs);
     self->Leave();
     return 0;
   }
@@ -80,7 +83,8 @@ struct Blockers {
     auto* self = static_cast<Blockers*>(context);
     self->Enter();
     std::unique_lock<std::mutex> hold(self->mutex);
-    self->openedHidden.wait(hold, [self] { return self->hiddenOpen; });
+    self->openedHidden.wait_for(hold, std::chrono::milliseconds(kBlockLimitMs),
+                                [self] { return self->hiddenOpen; });
     hold.unlock();
     self->Leave();
     return 0;
@@ -144,7 +148,7 @@ struct Resumers {
   static std::uint32_t BusyAfterWait(void* context) {
     auto* self = static_cast<Resumers*>(context);
     self->waiting.fetch_add(1);
-    WaitForSingleObject(self->open, INFINITE);
+    WaitForSingleObject(self->open, kBlockLimitMs);
     self->occupancy.Enter();
     const auto until = std::chrono::steady_clock::now() + std::chrono::milliseconds(2);
     while (std::chrono::steady_clock::now() < until)
@@ -159,7 +163,7 @@ struct Resumers {
   static std::uint32_t SpinUntilAllResumed(void* context) {
     auto* self = static_cast<Resumers*>(context);
     self->waiting.fetch_add(1);
-    WaitForSingleObject(self->open, INFINITE);
+    WaitForSingleObject(self->open, kBlockLimitMs);
     self->resumed.fetch_add(1);
     while (self->resumed.load() < self->everyone)
       std::this_thread::yield();
