@@ -253,13 +253,19 @@ bool ThreadAlive(std::uint32_t threadId) {
   return access(("/proc/self/task/" + std::to_string(threadId)).c_str(), F_OK) == 0;
 }
 
-TEST(ThreadPoolPosixTest, UnloadEndsTheModulesWorkers) {
+TEST(ThreadPoolPosixTest, UnloadEndsTheModulesWorkersOrThereAreNone) {
   base::testing::TestModule module(BASE_POOL_MODULE_PATH);
   g_workerThread = 0;
   ASSERT_EQ(module.Call<int>("BaseTestQueueReportingItem", &OnItemRan), 1);
   ASSERT_TRUE(WaitUntil([] { return g_workerThread.load() != 0; }, "the item to run"));
   module.Unload();
   EXPECT_FALSE(ThreadAlive(g_workerThread));
+
+  // A pool whose teardown could not enter the exit table would leave its
+  // workers running in unmapped code: it refuses items and starts none.
+  base::testing::TestModule refusing(BASE_POOL_MODULE_PATH);
+  refusing.Call<void>("BaseTestFailNextExitTableEntry");
+  EXPECT_EQ(refusing.Call<int>("BaseTestQueueReportingItem", &OnItemRan), 0);
 }
 
 }  // namespace

@@ -191,7 +191,7 @@ class ThreadPool {
   ThreadPool() {
     // Work items use waitable objects. Touching their table first makes it
     // built before the pool, and so destroyed after the pool's join at unload.
-    CloseHandle(nullptr);
+    CloseSystemHandle(nullptr);
     // With room for every worker, the bookkeeping of a start or of a wait's
     // end never allocates.
     records_.reserve(kMaxPoolWorkers);
@@ -204,7 +204,10 @@ class ThreadPool {
   static ThreadPool* Create() {
     alignas(ThreadPool) static unsigned char storage[sizeof(ThreadPool)];
     ThreadPool* pool = new (storage) ThreadPool();
-    AddExitTableEntry(&TearDown);
+    // Without its entry nothing would join the workers at unload, and they
+    // would go on in unmapped code: such a pool refuses every item instead.
+    if (!AddExitTableEntry(&TearDown))
+      pool->stopped_ = true;
     WatchForProcessEnd();  // after the entry, so that it runs before it
     return pool;
   }
