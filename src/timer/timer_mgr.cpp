@@ -1,6 +1,7 @@
 #include "timer/timer_mgr.h"
 
 #include <boost/thread/lock_guard.hpp>
+#include <tuple>
 
 #include "check/dcheck.h"
 #include "platform/clock.h"
@@ -52,7 +53,7 @@ TimerMgr::~TimerMgr() {
   // exit sequence runs elsewhere, at least no timer message must reach the
   // manager once it is gone.
   if (!platform::DestroyMessageWindow(window_))
-    platform::KillWindowTimer(window_, kTimerId);
+    std::ignore = platform::KillWindowTimer(window_, kTimerId);  // false: it was not armed
 }
 
 void TimerMgr::SetCallback(std::int32_t milliseconds,
@@ -92,7 +93,9 @@ void TimerMgr::SetCallback(std::int32_t milliseconds,
   }
   NoteIfFrontLocked(slot);
   if (running_.load(std::memory_order_relaxed) == 0) {
-    platform::SetWindowTimer(window_, kTimerId, kTimerPeriodMs);
+    // Timer results are not looked at: a timer that cannot be armed has no
+    // fallback here.
+    std::ignore = platform::SetWindowTimer(window_, kTimerId, kTimerPeriodMs);
     running_.store(1, std::memory_order_relaxed);
   }
 }
@@ -186,7 +189,7 @@ void TimerMgr::NoteIfFrontLocked(TimeRecordQueue::Slot slot) {
 void TimerMgr::StopIfEmptyLocked() {
   BASE_DCHECK(IsLocked(mutex_));
   if (records_.Empty() && running_.load(std::memory_order_relaxed) != 0) {
-    platform::KillWindowTimer(window_, kTimerId);
+    std::ignore = platform::KillWindowTimer(window_, kTimerId);  // a timer that is gone is stopped
     running_.store(0, std::memory_order_relaxed);
   }
 }
