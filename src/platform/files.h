@@ -50,6 +50,14 @@ enum class FileCreation {
                                std::size_t size,
                                std::uint64_t offset);
 
+// The system's own write, which each backend provides: writes some of `size`
+// bytes at `offset` (at least one unless it fails) and returns the count, or
+// -1. WriteFileAt calls it until every byte is written.
+[[nodiscard]] std::int64_t WriteSystemFileAt(NativeFile file,
+                                             const void* data,
+                                             std::size_t size,
+                                             std::uint64_t offset);
+
 // The size of the file in bytes, or -1 on error.
 [[nodiscard]] std::int64_t FileSize(NativeFile file);
 

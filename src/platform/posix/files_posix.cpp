@@ -15,17 +15,13 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <atomic>
 #include <vector>
 
 #include "platform/directory_chain.h"
 #include "platform/directory_walk.h"
-#include "platform/testing/files_testing.h"
 
 namespace base::platform {
 namespace {
-
-std::atomic<bool> g_failWrites{false};
 
 std::string ToPosixPath(std::string_view path) {
   std::string result(path);
@@ -72,23 +68,15 @@ std::int64_t ReadFileAt(NativeFile file, void* buffer, std::size_t size, std::ui
   return n;
 }
 
-bool WriteFileAt(NativeFile file, const void* data, std::size_t size, std::uint64_t offset) {
-  if (g_failWrites.load(std::memory_order_relaxed))
-    return false;
-  const char* bytes = static_cast<const char*>(data);
-  while (size > 0) {
-    if (offset > static_cast<std::uint64_t>(INT64_MAX))
-      return false;
-    const ssize_t n = pwrite(static_cast<int>(file), bytes, size, static_cast<off_t>(offset));
-    if (n < 0 && errno == EINTR)
-      continue;
-    if (n <= 0)
-      return false;
-    bytes += n;
-    size -= static_cast<std::size_t>(n);
-    offset += static_cast<std::uint64_t>(n);
-  }
-  return true;
+std::int64_t WriteSystemFileAt(NativeFile file,
+                               const void* data,
+                               std::size_t size,
+                               std::uint64_t offset) {
+  ssize_t n;
+  do {
+    n = pwrite(static_cast<int>(file), data, size, static_cast<off_t>(offset));
+  } while (n < 0 && errno == EINTR);
+  return n;
 }
 
 std::int64_t FileSize(NativeFile file) {
@@ -170,11 +158,4 @@ std::unique_ptr<DirectoryWalk> MakeDirectoryWalk(const std::string& root) {
   return std::make_unique<PosixDirectoryWalk>(root);
 }
 
-namespace testing {
-
-void FailFileWrites(bool fail) {
-  g_failWrites.store(fail, std::memory_order_relaxed);
-}
-
-}  // namespace testing
 }  // namespace base::platform

@@ -17,19 +17,15 @@
 #include <shlobj.h>
 
 #include <algorithm>
-#include <atomic>
 #include <climits>
 #include <optional>
 #include <vector>
 
 #include "platform/directory_chain.h"
 #include "platform/directory_walk.h"
-#include "platform/testing/files_testing.h"
 
 namespace base::platform {
 namespace {
-
-std::atomic<bool> g_failWrites{false};
 
 // ReadFile and WriteFile count in DWORDs; larger requests go in pieces.
 constexpr std::size_t kLargestTransfer = 1u << 30;
@@ -134,26 +130,18 @@ std::int64_t ReadFileAt(NativeFile file, void* buffer, std::size_t size, std::ui
   return GetLastError() == ERROR_HANDLE_EOF ? 0 : -1;
 }
 
-bool WriteFileAt(NativeFile file, const void* data, std::size_t size, std::uint64_t offset) {
-  if (g_failWrites.load(std::memory_order_relaxed))
-    return false;
-  const char* bytes = static_cast<const char*>(data);
-  while (size > 0) {
-    if (offset > static_cast<std::uint64_t>(INT64_MAX))
-      return false;
-    OVERLAPPED at = {};
-    at.Offset = static_cast<DWORD>(offset);
-    at.OffsetHigh = static_cast<DWORD>(offset >> 32);
-    DWORD written = 0;
-    if (!WriteFile(ToSystem(file), bytes, static_cast<DWORD>(std::min(size, kLargestTransfer)),
-                   &written, &at) ||
-        written == 0)
-      return false;
-    bytes += written;
-    size -= written;
-    offset += written;
-  }
-  return true;
+std::int64_t WriteSystemFileAt(NativeFile file,
+                               const void* data,
+                               std::size_t size,
+                               std::uint64_t offset) {
+  OVERLAPPED at = {};
+  at.Offset = static_cast<DWORD>(offset);
+  at.OffsetHigh = static_cast<DWORD>(offset >> 32);
+  DWORD written = 0;
+  if (!WriteFile(ToSystem(file), data, static_cast<DWORD>(std::min(size, kLargestTransfer)),
+                 &written, &at))
+    return -1;
+  return written;
 }
 
 std::int64_t FileSize(NativeFile file) {
@@ -259,11 +247,4 @@ std::unique_ptr<DirectoryWalk> MakeDirectoryWalk(const std::string& root) {
   return std::make_unique<WindowsDirectoryWalk>(root);
 }
 
-namespace testing {
-
-void FailFileWrites(bool fail) {
-  g_failWrites.store(fail, std::memory_order_relaxed);
-}
-
-}  // namespace testing
 }  // namespace base::platform

@@ -1,15 +1,22 @@
-// What a path below an OutputDirectory means, the same on every backend: '/'
-// and '\' separate, empty and "." components count for nothing, and a path
-// that ends in a separator or in "." names a directory, never a file. The
-// backends walk the components (directory_walk.h).
+// What every backend's files share: writes that go on until every byte is
+// written, the test seam that fails them, and what a path below an
+// OutputDirectory means: '/' and '\' separate, empty and "." components count
+// for nothing, and a path that ends in a separator or in "." names a
+// directory, never a file. The backends write and walk (directory_walk.h).
+#include "platform/files.h"
+
+#include <atomic>
+#include <cstdint>
 #include <string_view>
 #include <vector>
 
 #include "platform/directory_walk.h"
-#include "platform/files.h"
+#include "platform/testing/files_testing.h"
 
 namespace base::platform {
 namespace {
+
+std::atomic<bool> g_failWrites{false};
 
 bool IsSeparator(char c) {
   return c == '/' || c == '\\';
@@ -47,6 +54,23 @@ bool NamesDirectory(std::string_view path) {
 
 }  // namespace
 
+bool WriteFileAt(NativeFile file, const void* data, std::size_t size, std::uint64_t offset) {
+  if (g_failWrites.load(std::memory_order_relaxed))
+    return false;
+  const char* bytes = static_cast<const char*>(data);
+  while (size > 0) {
+    if (offset > static_cast<std::uint64_t>(INT64_MAX))
+      return false;
+    const std::int64_t written = WriteSystemFileAt(file, bytes, size, offset);
+    if (written <= 0)
+      return false;
+    bytes += written;
+    size -= static_cast<std::size_t>(written);
+    offset += static_cast<std::uint64_t>(written);
+  }
+  return true;
+}
+
 OutputDirectory::OutputDirectory(const std::string& root) : walk_(MakeDirectoryWalk(root)) {}
 
 OutputDirectory::~OutputDirectory() = default;
@@ -74,4 +98,11 @@ NativeFile OutputDirectory::CreateNewFile(std::string_view relative) {
   return walk_->CreateLeaf(parts);
 }
 
+namespace testing {
+
+void FailFileWrites(bool fail) {
+  g_failWrites.store(fail, std::memory_order_relaxed);
+}
+
+}  // namespace testing
 }  // namespace base::platform
