@@ -2,7 +2,7 @@
 // it opens the root, descends one component at a time through what it holds
 // open, and looks at or creates the last component. What a path means (its
 // separators, the components that count) is decided once, in
-// output_directory.cpp: no component given here is empty or ".".
+// files.cpp: no component given here is empty or ".".
 #ifndef BASE_PLATFORM_DIRECTORY_WALK_H_
 #define BASE_PLATFORM_DIRECTORY_WALK_H_
 
