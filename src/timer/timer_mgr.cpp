@@ -3,7 +3,6 @@
 #include <boost/thread/lock_guard.hpp>
 #include <tuple>
 
-#include "check/dcheck.h"
 #include "platform/clock.h"
 
 namespace base {
@@ -12,16 +11,7 @@ namespace {
 constexpr wchar_t kClassName[] = L"@#$^MTimer_Class@#$^";
 constexpr wchar_t kWindowName[] = L"Timer Helper Window";
 
-using Lock = boost::lock_guard<boost::mutex>;
-
-// For debug checks only: whether some thread holds `mutex`. A probe that
-// takes it gives it straight back, and the check that asked fails anyway.
-bool IsLocked(boost::mutex& mutex) {
-  if (!mutex.try_lock())
-    return true;
-  mutex.unlock();
-  return false;
-}
+using Lock = boost::lock_guard<internal::OwnedMutex<boost::mutex>>;
 
 // Signed distance from `earlier` to `later` on the wrapping tick.
 std::int32_t TicksBetween(std::uint32_t earlier, std::uint32_t later) {
@@ -135,7 +125,7 @@ void TimerMgr::OnTick() {
 }
 
 bool TimerMgr::TakeDueLocked(std::uint32_t now, Method<void()>& held) {
-  BASE_DCHECK(IsLocked(mutex_));
+  mutex_.AssertHeld();
   TimeRecordQueue::Slot slot;
   for (;;) {
     if (records_.Empty()) {
@@ -173,7 +163,7 @@ bool TimerMgr::TakeDueLocked(std::uint32_t now, Method<void()>& held) {
 }
 
 void TimerMgr::RemoveLocked(TimeRecordQueue::Slot slot) {
-  BASE_DCHECK(IsLocked(mutex_));
+  mutex_.AssertHeld();
   const std::uint32_t id = records_[slot].id;
   if (id != 0)
     ids_.Erase(id);
@@ -181,13 +171,13 @@ void TimerMgr::RemoveLocked(TimeRecordQueue::Slot slot) {
 }
 
 void TimerMgr::NoteIfFrontLocked(TimeRecordQueue::Slot slot) {
-  BASE_DCHECK(IsLocked(mutex_));
+  mutex_.AssertHeld();
   if (records_.Front() == slot)
     nextDueTick_.store(records_[slot].dueTick, std::memory_order_relaxed);
 }
 
 void TimerMgr::StopIfEmptyLocked() {
-  BASE_DCHECK(IsLocked(mutex_));
+  mutex_.AssertHeld();
   if (records_.Empty() && running_.load(std::memory_order_relaxed) != 0) {
     std::ignore = platform::KillWindowTimer(window_, kTimerId);  // a timer that is gone is stopped
     running_.store(0, std::memory_order_relaxed);

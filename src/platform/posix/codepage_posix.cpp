@@ -16,6 +16,7 @@
 
 #include "platform/posix/codepage_decoder_posix.h"
 #include "platform/posix/codepage_sources_posix.h"
+#include "platform/posix/mutex_owner_posix.h"
 #include "platform/testing/codepage_testing.h"
 
 namespace base::platform {
@@ -123,6 +124,7 @@ class DecoderCache {
   // The caller holds lock(). `page` is already resolved. The decoder is null
   // when the page is unknown.
   const PageDecoder& Get(std::uint32_t page) {
+    AssertHeld(lock_);
     static const PageDecoder kUnknown(0);
     if (page > kHighestPage)
       return kUnknown;
@@ -133,7 +135,10 @@ class DecoderCache {
   }
 
   // The caller holds lock().
-  void Clear() { decoders_.clear(); }
+  void Clear() {
+    AssertHeld(lock_);
+    decoders_.clear();
+  }
 
  private:
   std::mutex lock_;

@@ -32,6 +32,7 @@
 #include <new>
 
 #include "platform/posix/blocking_wait_posix.h"
+#include "platform/posix/mutex_owner_posix.h"
 #include "platform/posix/process_exit_posix.h"
 #include "platform/testing/wait_testing.h"
 
@@ -142,8 +143,8 @@ bool Fire(const WaitLink& link) {
   return true;
 }
 
-// Under the object's lock.
 void Signal(Object& object) {
+  AssertHeld(object.lock);
   while (WaitLink* link = object.head) {
     Unlink(object, *link);
     if (Fire(*link) && object.autoReset)
@@ -152,16 +153,18 @@ void Signal(Object& object) {
   object.signalled = true;
 }
 
-// Under the object's lock: a timer past its due time becomes signalled.
+// A timer past its due time becomes signalled.
 void Expire(Object& object, std::int64_t now) {
+  AssertHeld(object.lock);
   if (object.armed && now >= object.dueNs) {
     object.armed = false;
     Signal(object);
   }
 }
 
-// Under the object's lock: waiters recompute how long they may sleep.
+// Waiters recompute how long they may sleep.
 void KickWaiters(Object& object) {
+  AssertHeld(object.lock);
   for (WaitLink* link = object.head; link; link = link->next) {
     link->waiter->word.fetch_add(kKick, std::memory_order_release);
     FutexWake(&link->waiter->word);
@@ -342,6 +345,7 @@ class WaitList {
     }
     for (std::uint32_t i = 0; i < count_; ++i) {
       Object& object = *objects_[i];
+      AssertHeld(object.lock);
       if (object.signalled) {
         if (object.autoReset)
           object.signalled = false;
@@ -354,6 +358,7 @@ class WaitList {
   // With all locks held: links `waiter` into every object, then lets go.
   void Register(Waiter& waiter) {
     for (std::uint32_t i = 0; i < count_; ++i) {
+      AssertHeld(objects_[i]->lock);
       links_[i].waiter = &waiter;
       links_[i].index = i;
       Link(*objects_[i], links_[i]);
