@@ -74,6 +74,10 @@ std::uint32_t WaitForMultipleObjects(std::uint32_t count,
                                      std::uint32_t milliseconds) {
   if (!ValidWaitList(count, objects))
     return WAIT_FAILED;
+  // A poll never waits; leaving it uncounted keeps the shared counter off the
+  // hot path.
+  if (milliseconds == 0)
+    return WaitForSystemObjects(count, objects, 0);
   g_waitsInProgress.fetch_add(1, std::memory_order_relaxed);
   const std::uint32_t result = WaitForSystemObjects(count, objects, milliseconds);
   g_waitsInProgress.fetch_sub(1, std::memory_order_relaxed);
