@@ -1,6 +1,7 @@
 #include "lifecycle/singleton.h"
 
 #include <memory>
+#include <tuple>
 #include <utility>
 
 #include "check/dcheck.h"
@@ -33,7 +34,7 @@ SingletonRegistry& SingletonRegistry::Get() {
   if (g_registry == nullptr) {
     g_registry = new SingletonRegistry;
     // A full exit table cannot be helped here; the singletons then stay.
-    platform::AddExitTableEntry(&SingletonRegistry::TearDown);
+    std::ignore = platform::AddExitTableEntry(&SingletonRegistry::TearDown);
   }
   return *g_registry;
 }

@@ -18,6 +18,8 @@
 
 namespace base::platform {
 
+class DirectoryWalk;
+
 // An open file. kInvalidFile is never a valid one.
 using NativeFile = std::intptr_t;
 inline constexpr NativeFile kInvalidFile = -1;
@@ -48,6 +50,14 @@ enum class FileCreation {
                                std::size_t size,
                                std::uint64_t offset);
 
+// The system's own write, which each backend provides: writes some of `size`
+// bytes at `offset` (at least one unless it fails) and returns the count, or
+// -1. WriteFileAt calls it until every byte is written.
+[[nodiscard]] std::int64_t WriteSystemFileAt(NativeFile file,
+                                             const void* data,
+                                             std::size_t size,
+                                             std::uint64_t offset);
+
 // The size of the file in bytes, or -1 on error.
 [[nodiscard]] std::int64_t FileSize(NativeFile file);
 
@@ -58,11 +68,11 @@ void CloseFile(NativeFile file);
 //
 // The root path is the caller's and is taken as it is, symbolic links
 // included; it need not exist until something is created in it. Below the
-// root, paths are relative (leading separators count for nothing, so "/etc" is
-// "<root>/etc"), and no symbolic link is ever followed: a path that runs
-// through one, or ends at one, is not a directory and is never written
-// through. Relative paths must not contain ".." components; callers refuse
-// those before they get here.
+// root, paths are relative: leading separators count for nothing, so "/etc"
+// is "<root>/etc", and so do "." components, so "a/./b" is "a/b". No symbolic
+// link is ever followed: a path that runs through one, or ends at one, is not
+// a directory and is never written through. Relative paths must not contain
+// ".." components; callers refuse those before they get here.
 //
 // Directories opened on the way are kept open for the next call, so that
 // entries of the same folder cost one system call each, not one per path
@@ -85,14 +95,14 @@ class OutputDirectory {
   // Creates `relative` as a new empty file for writing, in a parent directory
   // that must exist. An existing file or link of that name is removed first
   // and never written to, so that a hard or symbolic link cannot carry the
-  // write elsewhere. A path that ends in a separator names no file and fails.
+  // write elsewhere. A path that ends in a separator or in a "." component
+  // names a directory, not a file, and fails.
   // Returns kInvalidFile on failure; the caller closes the result. (Not
   // called CreateFile: <windows.h> makes that name a macro.)
   NativeFile CreateNewFile(std::string_view relative);
 
  private:
-  struct State;
-  std::unique_ptr<State> state_;
+  std::unique_ptr<DirectoryWalk> walk_;  // the backend's
 };
 
 }  // namespace base::platform

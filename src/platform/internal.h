@@ -30,6 +30,7 @@
 //   posix/machine_keys_posix.h       keys derived from the machine and boot identity
 //   posix/message_queue_posix.h      a thread's message queue: posts, timers, dispatch
 //   posix/message_thread_posix.h     the calling thread's queue and recent windows
+//   posix/mutex_owner_posix.h        AssertHeld for the backend's own std::mutex locks
 //   posix/process_exit_posix.h       whether the process is ending or the module unloading
 //   posix/service_functions_posix.h  the functions of the built-in service modules
 //

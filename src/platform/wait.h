@@ -69,6 +69,21 @@ std::uint32_t WaitForMultipleObjects(std::uint32_t count,
                                      const HANDLE* objects,
                                      std::uint32_t milliseconds);
 
+// The system's own objects, with the contracts above but without the checks
+// and test seams that wait.cpp puts in front of them: handles may be 0 or
+// INVALID_HANDLE_VALUE only where that is harmless to the backend, and a wait
+// list is already known to be well formed. Each backend provides them; the
+// rest of the library calls the functions above.
+[[nodiscard]] HANDLE CreateSystemEvent(bool manualReset, bool initiallySignalled);
+bool SetSystemEvent(HANDLE event);
+bool ResetSystemEvent(HANDLE event);
+[[nodiscard]] HANDLE CreateSystemWaitableTimer();
+bool SetSystemWaitableTimer(HANDLE timer, std::int64_t dueTime);
+bool CloseSystemHandle(HANDLE object);
+std::uint32_t WaitForSystemObjects(std::uint32_t count,
+                                   const HANDLE* objects,
+                                   std::uint32_t milliseconds);
+
 }  // namespace base::platform
 
 #endif  // BASE_PLATFORM_WAIT_H_

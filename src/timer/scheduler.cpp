@@ -1,5 +1,7 @@
 #include "timer/scheduler.h"
 
+#include <tuple>
+
 #include "platform/exit_table.h"
 
 namespace base {
@@ -12,7 +14,9 @@ CTimerDetail* g_scheduler = nullptr;
 CTimerDetail* GetScheduler() {
   if (g_scheduler)
     return g_scheduler;
-  platform::AddExitTableEntry(&DeleteScheduler);
+  // A full exit table cannot be helped here; the scheduler then stays, as
+  // the singletons do.
+  std::ignore = platform::AddExitTableEntry(&DeleteScheduler);
   g_scheduler = new CTimerDetail;
   return g_scheduler;
 }

@@ -1,6 +1,7 @@
 #include "timer/timer_base.h"
 
 #include <algorithm>
+#include <tuple>
 
 namespace base {
 namespace {
@@ -57,7 +58,9 @@ CTimerBase::~CTimerBase() {
   // means that, if this runs elsewhere, messages still on their way find no
   // object instead of a freed one.
   platform::SetWindowWord0(window_, 0);
-  platform::DestroyMessageWindow(window_);
+  // Off the owner thread this fails, and the emptied word is all that can be
+  // done.
+  std::ignore = platform::DestroyMessageWindow(window_);
 }
 
 void CTimerBase::MakeWindow() {
@@ -142,7 +145,7 @@ bool CTimerBase::SetAsyncCallback(SchedulerCallback callback, void* param, void*
     return false;
   // One message per queued record, posted outside the lock. A lost post
   // leaves the record for the next message's batch.
-  platform::PostWindowMessage(window_, kMessageRunAsync, 0, 0);
+  std::ignore = platform::PostWindowMessage(window_, kMessageRunAsync, 0, 0);
   return true;
 }
 

@@ -1,6 +1,7 @@
 #include "timer/timer_detail.h"
 
 #include <algorithm>
+#include <tuple>
 
 #include "platform/clock.h"
 
@@ -93,7 +94,8 @@ void CTimerDetail::ArmTimers() {
     // Nothing runs before the loop turns: the start message arms, and the
     // periods of all timers added so far count from it.
     MakeWindow();
-    platform::PostWindowMessage(window(), kMessageStartTimers, 0, 0);
+    // Fails only for a window that is gone, which no message could reach.
+    std::ignore = platform::PostWindowMessage(window(), kMessageStartTimers, 0, 0);
     return;
   }
   ArmTimer(fastSlots_.count() != 0, kFastArmed, kTimerIdFast, kFastPeriod);
@@ -107,11 +109,13 @@ void CTimerDetail::ArmTimer(bool wanted,
                             std::uint32_t period) {
   if (wanted == ((state_ & armedBit) != 0))
     return;
+  // Timer results are not looked at: a timer that cannot be armed has no
+  // fallback, and one that is gone is stopped.
   if (wanted) {
-    platform::SetWindowTimer(window(), id, period);
+    std::ignore = platform::SetWindowTimer(window(), id, period);
     state_ |= armedBit;
   } else {
-    platform::KillWindowTimer(window(), id);
+    std::ignore = platform::KillWindowTimer(window(), id);
     state_ &= ~armedBit;
   }
 }

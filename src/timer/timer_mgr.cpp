@@ -1,8 +1,8 @@
 #include "timer/timer_mgr.h"
 
 #include <boost/thread/lock_guard.hpp>
+#include <tuple>
 
-#include "check/dcheck.h"
 #include "platform/clock.h"
 
 namespace base {
@@ -11,16 +11,7 @@ namespace {
 constexpr wchar_t kClassName[] = L"@#$^MTimer_Class@#$^";
 constexpr wchar_t kWindowName[] = L"Timer Helper Window";
 
-using Lock = boost::lock_guard<boost::mutex>;
-
-// For debug checks only: whether some thread holds `mutex`. A probe that
-// takes it gives it straight back, and the check that asked fails anyway.
-bool IsLocked(boost::mutex& mutex) {
-  if (!mutex.try_lock())
-    return true;
-  mutex.unlock();
-  return false;
-}
+using Lock = boost::lock_guard<internal::OwnedMutex<boost::mutex>>;
 
 // Signed distance from `earlier` to `later` on the wrapping tick.
 std::int32_t TicksBetween(std::uint32_t earlier, std::uint32_t later) {
@@ -52,7 +43,7 @@ TimerMgr::~TimerMgr() {
   // exit sequence runs elsewhere, at least no timer message must reach the
   // manager once it is gone.
   if (!platform::DestroyMessageWindow(window_))
-    platform::KillWindowTimer(window_, kTimerId);
+    std::ignore = platform::KillWindowTimer(window_, kTimerId);  // false: it was not armed
 }
 
 void TimerMgr::SetCallback(std::int32_t milliseconds,
@@ -92,7 +83,9 @@ void TimerMgr::SetCallback(std::int32_t milliseconds,
   }
   NoteIfFrontLocked(slot);
   if (running_.load(std::memory_order_relaxed) == 0) {
-    platform::SetWindowTimer(window_, kTimerId, kTimerPeriodMs);
+    // Timer results are not looked at: a timer that cannot be armed has no
+    // fallback here.
+    std::ignore = platform::SetWindowTimer(window_, kTimerId, kTimerPeriodMs);
     running_.store(1, std::memory_order_relaxed);
   }
 }
@@ -132,7 +125,7 @@ void TimerMgr::OnTick() {
 }
 
 bool TimerMgr::TakeDueLocked(std::uint32_t now, Method<void()>& held) {
-  BASE_DCHECK(IsLocked(mutex_));
+  mutex_.AssertHeld();
   TimeRecordQueue::Slot slot;
   for (;;) {
     if (records_.Empty()) {
@@ -170,7 +163,7 @@ bool TimerMgr::TakeDueLocked(std::uint32_t now, Method<void()>& held) {
 }
 
 void TimerMgr::RemoveLocked(TimeRecordQueue::Slot slot) {
-  BASE_DCHECK(IsLocked(mutex_));
+  mutex_.AssertHeld();
   const std::uint32_t id = records_[slot].id;
   if (id != 0)
     ids_.Erase(id);
@@ -178,15 +171,15 @@ void TimerMgr::RemoveLocked(TimeRecordQueue::Slot slot) {
 }
 
 void TimerMgr::NoteIfFrontLocked(TimeRecordQueue::Slot slot) {
-  BASE_DCHECK(IsLocked(mutex_));
+  mutex_.AssertHeld();
   if (records_.Front() == slot)
     nextDueTick_.store(records_[slot].dueTick, std::memory_order_relaxed);
 }
 
 void TimerMgr::StopIfEmptyLocked() {
-  BASE_DCHECK(IsLocked(mutex_));
+  mutex_.AssertHeld();
   if (records_.Empty() && running_.load(std::memory_order_relaxed) != 0) {
-    platform::KillWindowTimer(window_, kTimerId);
+    std::ignore = platform::KillWindowTimer(window_, kTimerId);  // a timer that is gone is stopped
     running_.store(0, std::memory_order_relaxed);
   }
 }

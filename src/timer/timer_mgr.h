@@ -21,6 +21,7 @@
 #include <boost/thread/mutex.hpp>
 
 #include "base/method.h"
+#include "check/owned_mutex.h"
 #include "lifecycle/singleton.h"
 #include "platform/message_window.h"
 #include "timer/time_record_queue.h"
@@ -74,7 +75,7 @@ class TimerMgr final : public Singlton<TimerMgr> {
   std::uint32_t nextSequence_ = 0;
   // The required lock: boost::mutex, not std::mutex, whose failures callers
   // would see as other exceptions (docs/frozen-names.md).
-  boost::mutex mutex_;
+  internal::OwnedMutex<boost::mutex> mutex_;
   platform::WindowHandle window_ = nullptr;
   // Read without `mutex` by OnTick: a stale value only delays a run to the
   // next tick or costs one more pass under the lock.

@@ -6,11 +6,11 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <random>
 #include <set>
 #include <thread>
 
 #include "platform/testing/files_testing.h"
+#include "support/scratch_directory.h"
 #include "zip_builder.h"
 
 namespace base {
@@ -43,22 +43,7 @@ std::string Utf8(const fs::path& path) {
 // "out". Whatever else appears in the sandbox escaped the target.
 class UnzipTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    std::random_device random;
-    for (int tries = 0; tries < 100 && sandbox_.empty(); ++tries) {
-      const fs::path candidate =
-          fs::temp_directory_path() / ("unzip_test_" + std::to_string(random()));
-      if (fs::create_directory(candidate))
-        sandbox_ = candidate;
-    }
-    ASSERT_FALSE(sandbox_.empty());
-    target_ = sandbox_ / "out";
-  }
-  // Windows' own path limit may keep the deepest names; they are left.
-  void TearDown() override {
-    std::error_code ignored;
-    fs::remove_all(sandbox_, ignored);
-  }
+  void SetUp() override { ASSERT_FALSE(sandbox_.empty()); }
 
   bool Run(const std::vector<ZipEntry>& entries) { return RunBytes(BuildZip(entries)); }
   bool RunBytes(const std::string& bytes) {
@@ -80,8 +65,9 @@ class UnzipTest : public ::testing::Test {
     EXPECT_TRUE(names.empty()) << *names.begin();
   }
 
-  fs::path sandbox_;
-  fs::path target_;
+  const testing::ScratchDirectory scratch_{"unzip_test_"};
+  const fs::path sandbox_ = scratch_.path();
+  fs::path target_ = sandbox_ / "out";
 };
 
 TEST_F(UnzipTest, UnpacksEntriesCreatingTargetAndParents) {

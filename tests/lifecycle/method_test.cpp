@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
 #include <cstring>
 #include <future>
 #include <memory>
@@ -71,7 +72,7 @@ TEST(MethodTest, LastCopyReleasedOnAnotherThread) {
   std::thread worker([copy = m, dropped = mainDropped.get_future()]() mutable {
     for (int i = 0; i < 10000; ++i)  // races the main thread's copies
       Method<void()>(copy).Run();
-    dropped.wait();
+    EXPECT_EQ(dropped.wait_for(std::chrono::seconds(10)), std::future_status::ready);
     copy = Method<void()>();
   });
   for (int i = 0; i < 10000; ++i)

@@ -9,6 +9,7 @@
 
 #include "message_test_support.h"
 #include "platform/message_window.h"
+#include "support/run_loop.h"
 
 namespace base {
 namespace {
@@ -56,7 +57,7 @@ TEST(MessageLoopTest, PostersAndATimerSetterWhileTheOwnerRuns) {
   }
   // A real 10 ms timer, armed from elsewhere while the owner is busy or asleep.
   threads.emplace_back([=] { ASSERT_TRUE(platform::SetWindowTimer(window, 42, 10)); });
-  RunMessageLoop();
+  EXPECT_TRUE(testing::RunLoopWithin());
   for (std::thread& t : threads)
     t.join();
 
@@ -106,7 +107,7 @@ TEST(MessageLoopTest, PumpWaitsForTheFirstMessageOrTimeout) {
 TEST(MessageLoopTest, QuitEndsTheInnermostLoop) {
   // A quit asked for before the loop runs ends it at once.
   QuitMessageLoop();
-  RunMessageLoop();
+  EXPECT_TRUE(testing::RunLoopWithin());
 
   Recorder recorder;
   const WindowHandle window = MakeRecordingWindow(recorder);
@@ -117,7 +118,7 @@ TEST(MessageLoopTest, QuitEndsTheInnermostLoop) {
     trace.push_back(static_cast<int>(wparam));
     if (wparam == 1) {
       platform::PostWindowMessage(w, kPing, 2, 0);
-      RunMessageLoop();  // nested; ended by message 2
+      EXPECT_TRUE(testing::RunLoopWithin());  // nested; ended by message 2
       trace.push_back(-1);
       platform::PostWindowMessage(w, kPing, 3, 0);
     } else {
@@ -125,7 +126,7 @@ TEST(MessageLoopTest, QuitEndsTheInnermostLoop) {
     }
   };
   platform::PostWindowMessage(window, kPing, 1, 0);
-  RunMessageLoop();
+  EXPECT_TRUE(testing::RunLoopWithin());
   EXPECT_EQ(trace, (std::vector<int>{1, 2, -1, 3}));
   recorder.onMessage = nullptr;
   EXPECT_TRUE(platform::DestroyMessageWindow(window));

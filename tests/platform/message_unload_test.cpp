@@ -5,6 +5,7 @@
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <condition_variable>
 #include <mutex>
 #include <thread>
@@ -29,6 +30,54 @@ int OpenDescriptors() {
   return count;
 }
 
+constexpr std::chrono::seconds kWaitLimit{10};
+
+// A thread that posts once and then stays until released, past the unload.
+// Its destructor releases and joins it, so an ASSERT that leaves the test
+// early is reported as a failure instead of std::terminate on a joinable
+// thread.
+class Lingerer {
+ public:
+  explicit Lingerer(bool (*post)()) : thread_([this, post] { Run(post); }) {}
+  Lingerer(const Lingerer&) = delete;
+  Lingerer& operator=(const Lingerer&) = delete;
+  ~Lingerer() { Finish(); }
+
+  // Whether the thread has posted, successfully, within the bound.
+  bool WaitPosted() {
+    std::unique_lock<std::mutex> lock(mutex_);
+    return changed_.wait_for(lock, kWaitLimit, [this] { return waiting_; }) && posted_;
+  }
+
+  // Releases the thread and joins it.
+  void Finish() {
+    {
+      std::lock_guard<std::mutex> lock(mutex_);
+      released_ = true;
+      changed_.notify_all();
+    }
+    if (thread_.joinable())
+      thread_.join();
+  }
+
+ private:
+  void Run(bool (*post)()) {
+    const bool ok = post();
+    std::unique_lock<std::mutex> lock(mutex_);
+    posted_ = ok;
+    waiting_ = true;
+    changed_.notify_all();
+    changed_.wait_for(lock, kWaitLimit, [this] { return released_; });
+  }
+
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  bool posted_ = false;
+  bool waiting_ = false;
+  bool released_ = false;
+  std::thread thread_;  // last: it starts once the members it uses exist
+};
+
 template <typename Entry>
 Entry Find(void* module, const char* name) {
   return reinterpret_cast<Entry>(dlsym(module, name));
@@ -51,24 +100,8 @@ TEST(MessageUnloadTest, UnloadRunsTheExitTableFreesAllAndUnmaps) {
     bool posted = false;
     std::thread([&] { posted = post(); }).join();
     EXPECT_TRUE(posted);
-    std::mutex mutex;
-    std::condition_variable changed;
-    bool lingererPosted = false;
-    bool lingererWaits = false;
-    bool unloaded = false;
-    std::thread lingerer([&] {
-      const bool ok = post();
-      std::unique_lock<std::mutex> lock(mutex);
-      lingererPosted = ok;
-      lingererWaits = true;
-      changed.notify_all();
-      changed.wait(lock, [&] { return unloaded; });
-    });
-    {
-      std::unique_lock<std::mutex> lock(mutex);
-      changed.wait(lock, [&] { return lingererWaits; });
-    }
-    EXPECT_TRUE(lingererPosted);
+    Lingerer lingerer(post);
+    ASSERT_TRUE(lingerer.WaitPosted());
     EXPECT_EQ(pump(), 3);  // two posts and the timer
 
     g_exitReports = 0;
@@ -77,12 +110,7 @@ TEST(MessageUnloadTest, UnloadRunsTheExitTableFreesAllAndUnmaps) {
     EXPECT_EQ(g_exitReports, 1);
     EXPECT_TRUE(g_destroyedAtExit);
     EXPECT_EQ(dlopen(BASE_MESSAGE_MODULE_PATH, RTLD_NOW | RTLD_NOLOAD), nullptr);
-    {
-      std::lock_guard<std::mutex> lock(mutex);
-      unloaded = true;
-    }
-    changed.notify_all();
-    lingerer.join();
+    lingerer.Finish();
     EXPECT_EQ(OpenDescriptors(), descriptorsBefore);
   }
 }

@@ -13,6 +13,7 @@
 #include "platform/clock.h"
 #include "platform/testing/clock_testing.h"
 #include "platform/testing/wait_testing.h"
+#include "support/wait_until.h"
 
 namespace base::platform {
 namespace {
@@ -21,6 +22,16 @@ using Clock = std::chrono::steady_clock;
 
 std::int64_t MsSince(Clock::time_point start) {
   return std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start).count();
+}
+
+// A bound for waits that another thread ends: only a hang reaches it.
+constexpr std::uint32_t kLimitMs = 10000;
+
+// Waits until `count` threads are inside a wait; a test that signals before
+// its waiters wait would prove nothing about waking them.
+::testing::AssertionResult WaitingThreads(unsigned count) {
+  return base::testing::WaitUntil([count] { return testing::WaitsInProgress() >= count; },
+                                  "the waiters to wait");
 }
 
 // 100 ns units, relative to now.
@@ -106,10 +117,10 @@ TEST(WaitTest, WaitAnyTimesOutOrWakesWithTheIndexAnotherThreadSignals) {
   EXPECT_GE(MsSince(start), 30);
 
   std::thread setter([&] {
-    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    EXPECT_TRUE(WaitingThreads(1));
     SetEvent(events[2]);
   });
-  EXPECT_EQ(WaitForMultipleObjects(3, events, INFINITE), WAIT_OBJECT_0 + 2);
+  EXPECT_EQ(WaitForMultipleObjects(3, events, kLimitMs), WAIT_OBJECT_0 + 2);
   setter.join();
   for (HANDLE event : events)
     CloseHandle(event);
@@ -162,7 +173,7 @@ TEST(WaitTest, SignalWakesOnlyThatObjectsWaitersAndAutoResetWakesOne) {
         ++singleWoke;
     });
   }
-  std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  ASSERT_TRUE(WaitingThreads(6));
   SetEvent(mine);
   SetEvent(single);
   for (auto& waiter : waiters)
@@ -184,7 +195,7 @@ TEST(WaitTest, TimerFiresWithinAWaitOnceAndRearmingReachesWaiters) {
 
   auto start = Clock::now();
   ASSERT_TRUE(SetWaitableTimer(timer, RelativeDue(30)));
-  EXPECT_EQ(WaitForSingleObject(timer, INFINITE), WAIT_OBJECT_0);
+  EXPECT_EQ(WaitForSingleObject(timer, kLimitMs), WAIT_OBJECT_0);
   EXPECT_GE(MsSince(start), 29);
   EXPECT_EQ(WaitForSingleObject(timer, 0), WAIT_TIMEOUT);  // one shot, auto reset
 
@@ -202,7 +213,7 @@ TEST(WaitTest, TimerFiresWithinAWaitOnceAndRearmingReachesWaiters) {
   ASSERT_TRUE(SetWaitableTimer(timer, RelativeDue(60000)));
   start = Clock::now();
   std::thread rearm([&] {
-    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    EXPECT_TRUE(WaitingThreads(1));
     SetWaitableTimer(timer, RelativeDue(10));
   });
   EXPECT_EQ(WaitForSingleObject(timer, 5000), WAIT_OBJECT_0);
@@ -215,7 +226,7 @@ TEST(WaitTest, TimerFiresWithinAWaitOnceAndRearmingReachesWaiters) {
   const HANDLE list[] = {event, timer};
   EXPECT_EQ(WaitForMultipleObjects(2, list, INFINITE), WAIT_OBJECT_0);
   ResetEvent(event);
-  EXPECT_EQ(WaitForMultipleObjects(2, list, INFINITE), WAIT_OBJECT_0 + 1);
+  EXPECT_EQ(WaitForMultipleObjects(2, list, kLimitMs), WAIT_OBJECT_0 + 1);
   CloseHandle(event);
   CloseHandle(timer);
 }

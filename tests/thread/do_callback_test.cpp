@@ -9,6 +9,7 @@
 #include "base/thread_task.h"
 #include "base/timer.h"
 #include "platform/thread.h"
+#include "support/run_loop.h"
 #include "task_test_support.h"
 
 namespace OrvThread::testing {
@@ -32,9 +33,8 @@ TEST_F(DoCallbackTest, DelegateRunsOnTheTimersThreadAfterTheTaskEnded) {
       runs.fetch_add(1);
     }));
   });
-  ASSERT_TRUE(task->TimedJoin(10000));  // the task does not wait for the delegate
-  for (int i = 0; i < 500 && runs.load() == 0; ++i)
-    base::PumpMessages(20);
+  ASSERT_TRUE(base::testing::JoinWithin(task));  // the task does not wait for the delegate
+  ASSERT_TRUE(base::testing::RunLoopUntil([&] { return runs.load() > 0; }, "the delegate"));
   EXPECT_EQ(runs.load(), 1);
   EXPECT_EQ(ranOn, mainThread);
   EXPECT_EQ(idThere, 0u);

@@ -143,7 +143,7 @@ TEST_F(InterruptibleWaitTest, TaskWaitsForAHostEvent) {
   ASSERT_TRUE(waiting.Wait());
   EXPECT_FALSE(task->TimedJoin(20));
   SetEvent(event);
-  EXPECT_TRUE(task->TimedJoin(10000));
+  EXPECT_TRUE(base::testing::JoinWithin(task));
   EXPECT_TRUE(signalled);
   CloseHandle(event);
 }

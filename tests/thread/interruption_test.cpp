@@ -7,6 +7,7 @@
 #include <thread>
 
 #include "base/thread_task.h"
+#include "support/join_within.h"
 #include "task_test_support.h"
 #include "thread/task_access.h"
 #include "thread/thread_management.h"
@@ -16,6 +17,7 @@ namespace {
 
 using namespace OrvThread::thisThreadTask;
 using InterruptionTest = TaskTest;
+using base::testing::JoinWithin;
 
 TEST_F(InterruptionTest, ThreadWithoutATaskGetsThePlainAnswers) {
   EXPECT_EQ(GetId(), 0u);
@@ -41,7 +43,7 @@ TEST_F(InterruptionTest, TaskSeesItsOwnStateAndGetIdIsOneWhateverItsId) {
     enabled = IsInterruptionEnabled();
     requested = IsInterruptionRequested();
   });
-  task->Join();
+  ASSERT_TRUE(JoinWithin(task));
   EXPECT_GT(task->GetId(), 0u);
   EXPECT_EQ(id, 1u);
   EXPECT_TRUE(enabled);  // a run starts with interruption enabled
@@ -61,7 +63,7 @@ TEST_F(InterruptionTest, RequestBeforeTheRunIsDeliveredAtTheFirstPoint) {
   task->Interrupt();
   EXPECT_TRUE(task->IsInterruptionRequested());
   ASSERT_TRUE(GetThreadManagement()->AddTask(task));
-  task->Join();
+  ASSERT_TRUE(JoinWithin(task));
   EXPECT_TRUE(requestedInside);
   EXPECT_EQ(reached.load(), 1);
   EXPECT_FALSE(task->IsInterruptionRequested());  // used up by the delivery
@@ -89,7 +91,7 @@ TEST_F(InterruptionTest, RequestBreaksAWaitAndASleepAndIsUsedUp) {
     ASSERT_TRUE(waiting.Wait());
     EXPECT_FALSE(task->TimedJoin(20));
     task->Interrupt();
-    EXPECT_TRUE(task->TimedJoin(10000));
+    EXPECT_TRUE(JoinWithin(task));
     EXPECT_TRUE(interrupted);
     EXPECT_FALSE(waitedAgain);
   }
@@ -98,7 +100,7 @@ TEST_F(InterruptionTest, RequestBreaksAWaitAndASleepAndIsUsedUp) {
 TEST_F(InterruptionTest, RequestAfterTheEndOnlyStaysPending) {
   std::atomic<int> runs{0};
   ThreadTaskPtr task = Post([&] { runs.fetch_add(1); });
-  task->Join();
+  ASSERT_TRUE(JoinWithin(task));
   task->Interrupt();
   task->Interrupt();
   EXPECT_TRUE(task->IsInterruptionRequested());
@@ -131,7 +133,7 @@ TEST_F(InterruptionTest, SleepZeroIsAPointAndASignalledHandleWinsOverARequest) {
   ASSERT_TRUE(ready.Wait());
   task->Interrupt();
   gate.Open();
-  task->Join();
+  ASSERT_TRUE(JoinWithin(task));
   EXPECT_TRUE(plainSleepReturned);
   EXPECT_TRUE(handleWon);
   EXPECT_TRUE(stillPending);
@@ -159,7 +161,7 @@ TEST_F(InterruptionTest, DisabledScopeHoldsTheRequestUntilItEnds) {
   });
   ASSERT_TRUE(sleeping.Wait());
   task->Interrupt();
-  task->Join();
+  ASSERT_TRUE(JoinWithin(task));
   EXPECT_TRUE(sleptThrough);
   EXPECT_TRUE(requestedWhileDisabled);
   EXPECT_EQ(reached, 1);

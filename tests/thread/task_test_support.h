@@ -14,6 +14,7 @@
 #include "base/platform.h"
 #include "base/thread_task.h"
 #include "platform/testing/clock_testing.h"
+#include "support/join_within.h"
 
 namespace OrvThread::testing {
 
@@ -79,7 +80,7 @@ template <typename F>
 void RunAsTask(F f) {
   ThreadTaskPtr task = Post(std::move(f));
   ASSERT_FALSE(task == nullptr);
-  ASSERT_TRUE(task->TimedJoin(10000));
+  ASSERT_TRUE(base::testing::JoinWithin(task));
 }
 
 }  // namespace OrvThread::testing

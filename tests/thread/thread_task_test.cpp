@@ -11,6 +11,7 @@
 
 #include "platform/testing/thread_pool_testing.h"
 #include "platform/testing/wait_testing.h"
+#include "support/join_within.h"
 #include "support/wait_until.h"
 #include "task_test_support.h"
 #include "thread/task_access.h"
@@ -18,6 +19,8 @@
 
 namespace OrvThread::testing {
 namespace {
+
+using base::testing::JoinWithin;
 
 LONG RefCount(ThreadTask* task) {
   return __atomic_load_n(Detail::TaskAccess::RefCount(task), __ATOMIC_SEQ_CST);
@@ -51,7 +54,7 @@ TEST_F(ThreadTaskTest, JoinsFromSeveralThreadsOnRunningAndFinishedTasks) {
       EXPECT_FALSE(mine->TimedJoin(0));  // still running: a poll says no at once
       polled.fetch_add(1);
       if (i % 2 == 0)
-        mine->Join();
+        mine->Join();  // the call under test; the gate below releases it
       else
         EXPECT_TRUE(mine->TimedJoin(INFINITE));
       joined.fetch_add(1);
@@ -101,8 +104,8 @@ TEST_F(ThreadTaskTest, EmptyAndInvalidDelegatesRunNothingAndFinish) {
       PostThreadTask(Method<void()>(new CountingTarget(&runs, &deaths, /*valid=*/false)));
   ASSERT_FALSE(empty == nullptr);
   ASSERT_FALSE(invalid == nullptr);
-  empty->Join();
-  invalid->Join();
+  ASSERT_TRUE(JoinWithin(empty));
+  ASSERT_TRUE(JoinWithin(invalid));
   EXPECT_EQ(runs.load(), 0);
   // The task keeps its delegate until the task itself is freed.
   EXPECT_EQ(deaths.load(), 0);
@@ -124,7 +127,7 @@ TEST_F(ThreadTaskTest, RefusedLaunchGivesAnEmptyPointerAndFreesEverything) {
   refused = copy;
   refused = Post([] {});
   EXPECT_FALSE(refused == nullptr);
-  refused->Join();
+  ASSERT_TRUE(JoinWithin(refused));
 }
 
 TEST_F(ThreadTaskTest, FailedEventCreationThrowsAndUsesUpNoId) {
@@ -157,7 +160,7 @@ TEST_F(ThreadTaskTest, CountedPointerKeepsExactlyItsReferences) {
   }
   EXPECT_EQ(RefCount(raw), 2);
   gate.Open();
-  task->Join();
+  ASSERT_TRUE(JoinWithin(task));
   ASSERT_TRUE(WorkerReleased(raw, 1));
 
   // Self-assignment while holding the last reference keeps the task alive
@@ -172,7 +175,7 @@ TEST_F(ThreadTaskTest, LastReleaseOnAForeignThreadFreesTheTaskThere) {
   std::atomic<int> runs{0};
   std::atomic<int> deaths{0};
   ThreadTaskPtr task = PostThreadTask(Method<void()>(new CountingTarget(&runs, &deaths)));
-  task->Join();
+  ASSERT_TRUE(JoinWithin(task));
   ASSERT_TRUE(WorkerReleased(task, 1));
   std::thread foreign([&task] { task = static_cast<ThreadTask*>(nullptr); });
   foreign.join();
@@ -188,7 +191,7 @@ TEST_F(ThreadTaskTest, StopOfAllTasksInterruptsJoinsAndCanBeRepeated) {
   EXPECT_EQ(GetThreadManagement(), management);
 
   ThreadTaskPtr finished = Post([] {});
-  finished->Join();
+  ASSERT_TRUE(JoinWithin(finished));
 
   constexpr int kTasks = 1000;
   std::atomic<int> interrupted{0};
@@ -218,7 +221,7 @@ TEST_F(ThreadTaskTest, StopOfAllTasksInterruptsJoinsAndCanBeRepeated) {
   ASSERT_TRUE(InitThreadManagement());
   EXPECT_EQ(GetThreadManagement(), management);
   ThreadTaskPtr after = Post([] {});
-  EXPECT_TRUE(after->TimedJoin(10000));
+  EXPECT_TRUE(JoinWithin(after));
   EXPECT_FALSE(after->IsInterruptionRequested());
 }
 
@@ -233,7 +236,7 @@ TEST_F(ThreadTaskTest, RaceQuickRunsEndingBeforeTheLaunchReturns) {
     ASSERT_FALSE(task == nullptr);
     EXPECT_NE(task->GetId(), 0u);
     if (i % 2 == 0)
-      task->Join();
+      ASSERT_TRUE(JoinWithin(task));
   }
   FInitThreadManagement();
   ASSERT_TRUE(

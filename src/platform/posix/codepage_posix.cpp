@@ -19,6 +19,7 @@
 #include "platform/posix/codepage_decoder_posix.h"
 #include "platform/posix/codepage_pairs_posix.h"
 #include "platform/posix/codepage_sources_posix.h"
+#include "platform/posix/mutex_owner_posix.h"
 #include "platform/testing/codepage_testing.h"
 
 namespace base::platform {
@@ -128,6 +129,7 @@ class DecoderCache {
   // The caller holds lock(). `page` is already resolved. The decoder is null
   // when the page is unknown.
   const PageDecoder& Get(std::uint32_t page) {
+    AssertHeld(lock_);
     static const PageDecoder kUnknown(0);
     if (page > kHighestPage)
       return kUnknown;
@@ -138,7 +140,10 @@ class DecoderCache {
   }
 
   // The caller holds lock().
-  void Clear() { decoders_.clear(); }
+  void Clear() {
+    AssertHeld(lock_);
+    decoders_.clear();
+  }
 
  private:
   std::mutex lock_;

@@ -15,40 +15,18 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <atomic>
 #include <vector>
 
 #include "platform/directory_chain.h"
-#include "platform/testing/files_testing.h"
+#include "platform/directory_walk.h"
 
 namespace base::platform {
 namespace {
-
-std::atomic<bool> g_failWrites{false};
-
-bool IsSeparator(char c) {
-  return c == '/' || c == '\\';
-}
 
 std::string ToPosixPath(std::string_view path) {
   std::string result(path);
   std::replace(result.begin(), result.end(), '\\', '/');
   return result;
-}
-
-// The non-empty components of a relative path.
-std::vector<std::string_view> SplitPath(std::string_view path) {
-  std::vector<std::string_view> parts;
-  std::size_t begin = 0;
-  while (begin < path.size()) {
-    std::size_t end = begin;
-    while (end < path.size() && !IsSeparator(path[end]))
-      ++end;
-    if (end > begin)
-      parts.push_back(path.substr(begin, end - begin));
-    begin = end + 1;
-  }
-  return parts;
 }
 
 int OpenDirectoryAt(int parent, const std::string& name) {
@@ -90,23 +68,15 @@ std::int64_t ReadFileAt(NativeFile file, void* buffer, std::size_t size, std::ui
   return n;
 }
 
-bool WriteFileAt(NativeFile file, const void* data, std::size_t size, std::uint64_t offset) {
-  if (g_failWrites.load(std::memory_order_relaxed))
-    return false;
-  const char* bytes = static_cast<const char*>(data);
-  while (size > 0) {
-    if (offset > static_cast<std::uint64_t>(INT64_MAX))
-      return false;
-    const ssize_t n = pwrite(static_cast<int>(file), bytes, size, static_cast<off_t>(offset));
-    if (n < 0 && errno == EINTR)
-      continue;
-    if (n <= 0)
-      return false;
-    bytes += n;
-    size -= static_cast<std::size_t>(n);
-    offset += static_cast<std::uint64_t>(n);
-  }
-  return true;
+std::int64_t WriteSystemFileAt(NativeFile file,
+                               const void* data,
+                               std::size_t size,
+                               std::uint64_t offset) {
+  ssize_t n;
+  do {
+    n = pwrite(static_cast<int>(file), data, size, static_cast<off_t>(offset));
+  } while (n < 0 && errno == EINTR);
+  return n;
 }
 
 std::int64_t FileSize(NativeFile file) {
@@ -121,31 +91,29 @@ void CloseFile(NativeFile file) {
     close(static_cast<int>(file));
 }
 
-struct OutputDirectory::State {
-  std::string root;
-  int rootFd = -1;
-  // An O_PATH descriptor of each directory below the root on the last walk.
-  DirectoryChain<int, CloseDescriptor> chain;
+namespace {
 
-  ~State() { CloseDescriptor(rootFd); }
+class PosixDirectoryWalk final : public DirectoryWalk {
+ public:
+  explicit PosixDirectoryWalk(const std::string& root) : root_(ToPosixPath(root)) {}
+  ~PosixDirectoryWalk() override { CloseDescriptor(rootFd_); }
 
-  bool OpenRoot(bool create) {
-    if (rootFd >= 0)
+  bool OpenRoot(bool create) override {
+    if (rootFd_ >= 0)
       return true;
-    rootFd = open(root.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
-    if (rootFd < 0 && create) {
-      MakeRootDirectories(root);
-      rootFd = open(root.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+    rootFd_ = open(root_.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+    if (rootFd_ < 0 && create) {
+      MakeRootDirectories(root_);
+      rootFd_ = open(root_.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
     }
-    return rootFd >= 0;
+    return rootFd_ >= 0;
   }
 
-  int At(std::size_t depth) const { return depth == 0 ? rootFd : chain.At(depth); }
-
-  // The directory reached through the first `count` of `parts`, or -1 with
-  // errno set. With `create`, makes missing directories on the way.
-  int Descend(const std::vector<std::string_view>& parts, std::size_t count, bool create) {
-    const bool reached = chain.Walk(parts, count, [&](std::size_t depth, std::string_view part) {
+  // On failure errno tells why the last directory could not be opened.
+  bool Descend(const std::vector<std::string_view>& parts,
+               std::size_t count,
+               bool create) override {
+    return chain_.Walk(parts, count, [&](std::size_t depth, std::string_view part) {
       const int parent = At(depth);
       const std::string name(part);
       int fd = OpenDirectoryAt(parent, name);
@@ -155,58 +123,39 @@ struct OutputDirectory::State {
       }
       return fd < 0 ? std::nullopt : std::optional<int>(fd);
     });
-    return reached ? At(count) : -1;
   }
-};
 
-OutputDirectory::OutputDirectory(const std::string& root) : state_(std::make_unique<State>()) {
-  state_->root = ToPosixPath(root);
-}
-
-OutputDirectory::~OutputDirectory() = default;
-
-bool OutputDirectory::Exists(std::string_view relative) {
-  const std::vector<std::string_view> parts = SplitPath(relative);
-  if (!state_->OpenRoot(false))
-    return false;
-  if (parts.empty())
-    return true;
-  if (state_->Descend(parts, parts.size() - 1, false) < 0)
-    return false;
   // The last component is opened as a directory, which the next call is likely
   // to want; failing that, anything but "not there" means something is there.
-  return state_->Descend(parts, parts.size(), false) >= 0 || errno != ENOENT;
+  bool LeafExists(const std::vector<std::string_view>& parts) override {
+    return Descend(parts, parts.size(), false) || errno != ENOENT;
+  }
+
+  NativeFile CreateLeaf(const std::vector<std::string_view>& parts) override {
+    const int parent = At(parts.size() - 1);
+    const std::string leaf(parts.back());
+    constexpr int kFlags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
+    int fd = openat(parent, leaf.c_str(), kFlags, 0666);
+    // Replace, never reuse: unlinking drops a link or a hard-linked name without
+    // touching what it points to. A directory of that name stays and fails.
+    if (fd < 0 && errno == EEXIST && unlinkat(parent, leaf.c_str(), 0) == 0)
+      fd = openat(parent, leaf.c_str(), kFlags, 0666);
+    return fd < 0 ? kInvalidFile : fd;
+  }
+
+ private:
+  int At(std::size_t depth) const { return depth == 0 ? rootFd_ : chain_.At(depth); }
+
+  const std::string root_;
+  int rootFd_ = -1;
+  // An O_PATH descriptor of each directory below the root on the last walk.
+  DirectoryChain<int, CloseDescriptor> chain_;
+};
+
+}  // namespace
+
+std::unique_ptr<DirectoryWalk> MakeDirectoryWalk(const std::string& root) {
+  return std::make_unique<PosixDirectoryWalk>(root);
 }
 
-bool OutputDirectory::CreateDirectories(std::string_view relative) {
-  const std::vector<std::string_view> parts = SplitPath(relative);
-  return state_->OpenRoot(true) && state_->Descend(parts, parts.size(), true) >= 0;
-}
-
-NativeFile OutputDirectory::CreateNewFile(std::string_view relative) {
-  if (relative.empty() || IsSeparator(relative.back()))
-    return kInvalidFile;
-  const std::vector<std::string_view> parts = SplitPath(relative);
-  if (parts.empty() || !state_->OpenRoot(false))
-    return kInvalidFile;
-  const int parent = state_->Descend(parts, parts.size() - 1, false);
-  if (parent < 0)
-    return kInvalidFile;
-  const std::string leaf(parts.back());
-  constexpr int kFlags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
-  int fd = openat(parent, leaf.c_str(), kFlags, 0666);
-  // Replace, never reuse: unlinking drops a link or a hard-linked name without
-  // touching what it points to. A directory of that name stays and fails.
-  if (fd < 0 && errno == EEXIST && unlinkat(parent, leaf.c_str(), 0) == 0)
-    fd = openat(parent, leaf.c_str(), kFlags, 0666);
-  return fd < 0 ? kInvalidFile : fd;
-}
-
-namespace testing {
-
-void FailFileWrites(bool fail) {
-  g_failWrites.store(fail, std::memory_order_relaxed);
-}
-
-}  // namespace testing
 }  // namespace base::platform

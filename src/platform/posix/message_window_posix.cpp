@@ -5,6 +5,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <tuple>
 #include <unordered_map>
 
 #include "platform/message_window_controls.h"
@@ -134,7 +135,8 @@ WindowHandle CreateMessageWindow(const wchar_t* className,
   const std::intptr_t result = window->procedure(window->handle, kMessageCreate, 0,
                                                  reinterpret_cast<std::intptr_t>(&creation));
   if (result == -1) {
-    DestroyMessageWindow(window->handle);
+    // Made on this thread a moment ago, so the owner destroys it: no failure.
+    std::ignore = DestroyMessageWindow(window->handle);
     return nullptr;
   }
   // The procedure may have destroyed the window itself.

@@ -21,8 +21,18 @@ struct base::platform::ServiceModule {
 namespace base::platform {
 namespace {
 
+// Keeps `Fn` out of deduction, so that Erase must be told the type.
+template <typename T>
+struct Exactly {
+  using Type = T;
+};
+
+// A service function as the table holds it. `Fn` is the type the library
+// casts the entry back to, named at the call: a function here whose
+// signature drifts from it fails to compile instead of being called with the
+// wrong arguments.
 template <typename Fn>
-ServiceFunction Erase(Fn function) {
+ServiceFunction Erase(typename Exactly<Fn>::Type function) {
   return reinterpret_cast<ServiceFunction>(function);
 }
 
@@ -37,12 +47,12 @@ struct FunctionEntry {
 };
 
 const FunctionEntry kFunctions[] = {
-    {kCrypt32, "CryptProtectData", Erase(&posix::CryptProtectData)},
-    {kCrypt32, "CryptUnprotectData", Erase(&posix::CryptUnprotectData)},
-    {kCrypt32, "CryptProtectMemory", Erase(&posix::CryptProtectMemory)},
-    {kCrypt32, "CryptUnprotectMemory", Erase(&posix::CryptUnprotectMemory)},
-    {kAdvapi32, "SystemFunction040", Erase(&posix::SystemFunction040)},
-    {kAdvapi32, "SystemFunction041", Erase(&posix::SystemFunction041)},
+    {kCrypt32, "CryptProtectData", Erase<CryptProtectDataFn>(&posix::CryptProtectData)},
+    {kCrypt32, "CryptUnprotectData", Erase<CryptUnprotectDataFn>(&posix::CryptUnprotectData)},
+    {kCrypt32, "CryptProtectMemory", Erase<CryptProtectMemoryFn>(&posix::CryptProtectMemory)},
+    {kCrypt32, "CryptUnprotectMemory", Erase<CryptProtectMemoryFn>(&posix::CryptUnprotectMemory)},
+    {kAdvapi32, "SystemFunction040", Erase<SystemMemoryFn>(&posix::SystemFunction040)},
+    {kAdvapi32, "SystemFunction041", Erase<SystemMemoryFn>(&posix::SystemFunction041)},
 };
 
 // As the system's loader does, a name without an extension means a ".dll".

@@ -58,8 +58,10 @@
 #include <thread>
 #include <vector>
 
+#include "check/dcheck.h"
 #include "platform/exit_table.h"
 #include "platform/posix/blocking_wait_posix.h"
+#include "platform/posix/mutex_owner_posix.h"
 #include "platform/posix/process_exit_posix.h"
 #include "platform/testing/thread_pool_testing.h"
 #include "platform/wait.h"
@@ -100,6 +102,12 @@ constexpr Milliseconds kWatchdogTick{10};
 constexpr Milliseconds kWatchdogMaxTick{320};
 constexpr Milliseconds kDefaultIdleTimeout{2000};
 constexpr Milliseconds kExitGrace{1000};
+
+// The pool's counters count what exists, so none ever goes below 0.
+std::size_t CountDown(std::size_t& counter) {
+  BASE_DCHECK(counter > 0);
+  return --counter;
+}
 
 std::size_t CoreCount() {
   return std::max(1u, std::thread::hardware_concurrency());
@@ -162,7 +170,7 @@ class ThreadPool {
       WaitForProcessEnd();
     t_role = ThreadRole::kInItem;
     std::unique_lock<std::mutex> lock(mutex_);
-    --blocked_;
+    CountDown(blocked_);
     if (running_ < target_ || stopped_) {
       ++running_;
       return;
@@ -191,7 +199,7 @@ class ThreadPool {
   ThreadPool() {
     // Work items use waitable objects. Touching their table first makes it
     // built before the pool, and so destroyed after the pool's join at unload.
-    CloseHandle(nullptr);
+    CloseSystemHandle(nullptr);
     // With room for every worker, the bookkeeping of a start or of a wait's
     // end never allocates.
     records_.reserve(kMaxPoolWorkers);
@@ -204,7 +212,10 @@ class ThreadPool {
   static ThreadPool* Create() {
     alignas(ThreadPool) static unsigned char storage[sizeof(ThreadPool)];
     ThreadPool* pool = new (storage) ThreadPool();
-    AddExitTableEntry(&TearDown);
+    // Without its entry nothing would join the workers at unload, and they
+    // would go on in unmapped code: such a pool refuses every item instead.
+    if (!AddExitTableEntry(&TearDown))
+      pool->stopped_ = true;
     WatchForProcessEnd();  // after the entry, so that it runs before it
     return pool;
   }
@@ -250,7 +261,8 @@ class ThreadPool {
   // Under the lock: one worker fewer runs an item (it ended or blocks). Its
   // turn goes to a woken worker if one waits.
   void LeaveRunning() {
-    --running_;
+    AssertHeld(mutex_);
+    CountDown(running_);
     if (stopped_)
       itemsLeft_.notify_all();
     GiveTurns();
@@ -261,6 +273,7 @@ class ThreadPool {
   // every such worker go on; at the end of the process none is woken, so it
   // stays here until the process ends it.
   void WaitForTurn(std::unique_lock<std::mutex>& lock, Worker* self) {
+    AssertHeld(mutex_);
     self->woken = false;
     waitingForTurn_.push_back(self);
     WakeWatchdog();
@@ -276,6 +289,7 @@ class ThreadPool {
 
   // Under the lock: hands out turns while fewer than the target run.
   void GiveTurns() {
+    AssertHeld(mutex_);
     while (!waitingForTurn_.empty() && running_ < target_ && !stopped_) {
       Worker* worker = waitingForTurn_.front();
       waitingForTurn_.erase(waitingForTurn_.begin());
@@ -295,6 +309,7 @@ class ThreadPool {
 
   // Under the lock: no item starts from here on, and every sleeper wakes.
   void Stop() {
+    AssertHeld(mutex_);
     stopped_ = true;
     queue_.clear();
     queued_.store(0, std::memory_order_relaxed);
@@ -309,6 +324,7 @@ class ThreadPool {
   // note at the top). Called with `lock` held, which it may let go of for a
   // while. False only if a worker was needed and could not be started.
   bool Cover(std::unique_lock<std::mutex>& lock) {
+    AssertHeld(mutex_);
     GiveTurns();
     if (queue_.empty() || searching_ != 0 || running_ >= target_)
       return true;
@@ -357,11 +373,11 @@ class ThreadPool {
     }
     lock.lock();
     if (!started) {
-      --live_;
-      --searching_;
+      CountDown(live_);
+      CountDown(searching_);
       spare_.push_back(worker);
     }
-    if (--creating_ == 0)
+    if (CountDown(creating_) == 0)
       created_.notify_all();
     return started;
   }
@@ -381,12 +397,12 @@ class ThreadPool {
       }
       if (queue_.empty() && SpinForItem(lock))
         continue;
-      --searching_;
+      CountDown(searching_);
       if (!WaitIdle(lock, self))
         break;
     }
-    --searching_;
-    --live_;
+    CountDown(searching_);
+    CountDown(live_);
     if (!stopped_)
       spare_.push_back(self);
   }
@@ -398,7 +414,7 @@ class ThreadPool {
     queue_.pop_front();
     queued_.store(queue_.size(), std::memory_order_relaxed);
     ++progress_;
-    --searching_;
+    CountDown(searching_);
     ++running_;
     Cover(lock);  // the items behind this one need a worker of their own
     lock.unlock();

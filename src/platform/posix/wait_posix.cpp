@@ -31,9 +31,10 @@
 #include <mutex>
 #include <new>
 
+#include "platform/posix/blocking_wait_posix.h"
+#include "platform/posix/mutex_owner_posix.h"
 #include "platform/posix/process_exit_posix.h"
 #include "platform/testing/wait_testing.h"
-#include "platform/posix/blocking_wait_posix.h"
 
 namespace base::platform {
 namespace {
@@ -142,8 +143,8 @@ bool Fire(const WaitLink& link) {
   return true;
 }
 
-// Under the object's lock.
 void Signal(Object& object) {
+  AssertHeld(object.lock);
   while (WaitLink* link = object.head) {
     Unlink(object, *link);
     if (Fire(*link) && object.autoReset)
@@ -152,16 +153,18 @@ void Signal(Object& object) {
   object.signalled = true;
 }
 
-// Under the object's lock: a timer past its due time becomes signalled.
+// A timer past its due time becomes signalled.
 void Expire(Object& object, std::int64_t now) {
+  AssertHeld(object.lock);
   if (object.armed && now >= object.dueNs) {
     object.armed = false;
     Signal(object);
   }
 }
 
-// Under the object's lock: waiters recompute how long they may sleep.
+// Waiters recompute how long they may sleep.
 void KickWaiters(Object& object) {
+  AssertHeld(object.lock);
   for (WaitLink* link = object.head; link; link = link->next) {
     link->waiter->word.fetch_add(kKick, std::memory_order_release);
     FutexWake(&link->waiter->word);
@@ -283,9 +286,6 @@ class ObjectTable {
   std::uint32_t freeHead_ = 0;  // free slot + 1, or 0 for none
 };
 
-std::atomic<std::uint64_t> g_timersCreated{0};
-std::atomic<bool> g_failNextEvent{false};
-
 // The open object of `kind` that a handle names, locked, or null.
 class LockedObject {
  public:
@@ -312,7 +312,9 @@ class LockedObject {
 // is registered.
 class WaitList {
  public:
-  // False if a handle is not open or appears twice; nothing is held then.
+  // False if a handle is not open or two handles name one slot (distinct
+  // values, one of them stale: locking it twice would deadlock); nothing is
+  // held then.
   bool Acquire(std::uint32_t count, const HANDLE* handles) {
     count_ = count;
     std::uint32_t generations[kMaxWaitObjects];
@@ -343,6 +345,7 @@ class WaitList {
     }
     for (std::uint32_t i = 0; i < count_; ++i) {
       Object& object = *objects_[i];
+      AssertHeld(object.lock);
       if (object.signalled) {
         if (object.autoReset)
           object.signalled = false;
@@ -355,6 +358,7 @@ class WaitList {
   // With all locks held: links `waiter` into every object, then lets go.
   void Register(Waiter& waiter) {
     for (std::uint32_t i = 0; i < count_; ++i) {
+      AssertHeld(objects_[i]->lock);
       links_[i].waiter = &waiter;
       links_[i].index = i;
       Link(*objects_[i], links_[i]);
@@ -440,13 +444,11 @@ std::uint32_t Block(Waiter& waiter, WaitList& list, std::int64_t deadline) {
 
 }  // namespace
 
-HANDLE CreateEvent(bool manualReset, bool initiallySignalled) {
-  if (g_failNextEvent.exchange(false, std::memory_order_relaxed))
-    return nullptr;
+HANDLE CreateSystemEvent(bool manualReset, bool initiallySignalled) {
   return ObjectTable::Instance().Create(Kind::kEvent, !manualReset, initiallySignalled);
 }
 
-bool SetEvent(HANDLE event) {
+bool SetSystemEvent(HANDLE event) {
   LockedObject object(event, Kind::kEvent);
   if (!object.get())
     return false;
@@ -454,7 +456,7 @@ bool SetEvent(HANDLE event) {
   return true;
 }
 
-bool ResetEvent(HANDLE event) {
+bool ResetSystemEvent(HANDLE event) {
   LockedObject object(event, Kind::kEvent);
   if (!object.get())
     return false;
@@ -462,14 +464,11 @@ bool ResetEvent(HANDLE event) {
   return true;
 }
 
-HANDLE CreateWaitableTimer() {
-  HANDLE timer = ObjectTable::Instance().Create(Kind::kTimer, true, false);
-  if (timer)
-    g_timersCreated.fetch_add(1, std::memory_order_relaxed);
-  return timer;
+HANDLE CreateSystemWaitableTimer() {
+  return ObjectTable::Instance().Create(Kind::kTimer, true, false);
 }
 
-bool SetWaitableTimer(HANDLE timer, std::int64_t dueTime) {
+bool SetSystemWaitableTimer(HANDLE timer, std::int64_t dueTime) {
   LockedObject locked(timer, Kind::kTimer);
   Object* object = locked.get();
   if (!object)
@@ -494,7 +493,7 @@ bool SetWaitableTimer(HANDLE timer, std::int64_t dueTime) {
   return true;
 }
 
-bool CloseHandle(HANDLE handle) {
+bool CloseSystemHandle(HANDLE handle) {
   std::uint32_t generation = 0;
   Object* object = ObjectTable::Instance().Find(handle, generation);
   if (!object)
@@ -509,15 +508,11 @@ bool CloseHandle(HANDLE handle) {
   return true;
 }
 
-std::uint32_t WaitForSingleObject(HANDLE object, std::uint32_t milliseconds) {
-  return WaitForMultipleObjects(1, &object, milliseconds);
-}
-
-std::uint32_t WaitForMultipleObjects(std::uint32_t count,
-                                     const HANDLE* objects,
-                                     std::uint32_t milliseconds) {
+std::uint32_t WaitForSystemObjects(std::uint32_t count,
+                                   const HANDLE* objects,
+                                   std::uint32_t milliseconds) {
   WaitList list;
-  if (count == 0 || count > kMaxWaitObjects || !objects || !list.Acquire(count, objects))
+  if (!list.Acquire(count, objects))
     return WAIT_FAILED;
   const std::int64_t now = MonotonicNs();
   const int signalled = list.TakeSignalled(now);
@@ -539,14 +534,6 @@ std::uint32_t WaitForMultipleObjects(std::uint32_t count,
 }
 
 namespace testing {
-
-std::uint64_t WaitableTimersCreated() {
-  return g_timersCreated.load(std::memory_order_relaxed);
-}
-
-void FailNextEventCreation() {
-  g_failNextEvent.store(true, std::memory_order_relaxed);
-}
 
 unsigned WaitersOf(HANDLE handle) {
   std::uint32_t generation = 0;

@@ -17,18 +17,15 @@
 #include <shlobj.h>
 
 #include <algorithm>
-#include <atomic>
 #include <climits>
 #include <optional>
 #include <vector>
 
 #include "platform/directory_chain.h"
-#include "platform/testing/files_testing.h"
+#include "platform/directory_walk.h"
 
 namespace base::platform {
 namespace {
-
-std::atomic<bool> g_failWrites{false};
 
 // ReadFile and WriteFile count in DWORDs; larger requests go in pieces.
 constexpr std::size_t kLargestTransfer = 1u << 30;
@@ -46,27 +43,6 @@ std::wstring Widen(std::string_view utf8) {
   if (units > 0)
     MultiByteToWideChar(CP_UTF8, 0, utf8.data(), length, wide.data(), units);
   return wide;
-}
-
-bool IsSeparator(char c) {
-  return c == '/' || c == '\\';
-}
-
-// The non-empty components of a relative path. "." names the directory it is
-// in, which a "\\?\" path would not resolve, so it is left out here.
-std::vector<std::string_view> SplitPath(std::string_view path) {
-  std::vector<std::string_view> parts;
-  std::size_t begin = 0;
-  while (begin < path.size()) {
-    std::size_t end = begin;
-    while (end < path.size() && !IsSeparator(path[end]))
-      ++end;
-    const std::string_view part = path.substr(begin, end - begin);
-    if (!part.empty() && part != ".")
-      parts.push_back(part);
-    begin = end + 1;
-  }
-  return parts;
 }
 
 // A colon in a name would open a stream of the file before it, or read as a
@@ -154,26 +130,18 @@ std::int64_t ReadFileAt(NativeFile file, void* buffer, std::size_t size, std::ui
   return GetLastError() == ERROR_HANDLE_EOF ? 0 : -1;
 }
 
-bool WriteFileAt(NativeFile file, const void* data, std::size_t size, std::uint64_t offset) {
-  if (g_failWrites.load(std::memory_order_relaxed))
-    return false;
-  const char* bytes = static_cast<const char*>(data);
-  while (size > 0) {
-    if (offset > static_cast<std::uint64_t>(INT64_MAX))
-      return false;
-    OVERLAPPED at = {};
-    at.Offset = static_cast<DWORD>(offset);
-    at.OffsetHigh = static_cast<DWORD>(offset >> 32);
-    DWORD written = 0;
-    if (!WriteFile(ToSystem(file), bytes, static_cast<DWORD>(std::min(size, kLargestTransfer)),
-                   &written, &at) ||
-        written == 0)
-      return false;
-    bytes += written;
-    size -= written;
-    offset += written;
-  }
-  return true;
+std::int64_t WriteSystemFileAt(NativeFile file,
+                               const void* data,
+                               std::size_t size,
+                               std::uint64_t offset) {
+  OVERLAPPED at = {};
+  at.Offset = static_cast<DWORD>(offset);
+  at.OffsetHigh = static_cast<DWORD>(offset >> 32);
+  DWORD written = 0;
+  if (!WriteFile(ToSystem(file), data, static_cast<DWORD>(std::min(size, kLargestTransfer)),
+                 &written, &at))
+    return -1;
+  return written;
 }
 
 std::int64_t FileSize(NativeFile file) {
@@ -186,6 +154,8 @@ void CloseFile(NativeFile file) {
     CloseHandle(ToSystem(file));
 }
 
+namespace {
+
 // A directory below the root, pinned by its handle, and its full path.
 struct OpenedDirectory {
   std::wstring path;
@@ -196,37 +166,30 @@ void CloseOpened(const OpenedDirectory& directory) {
   CloseDirectory(directory.handle);
 }
 
-struct OutputDirectory::State {
-  std::string root;
-  std::wstring rootPath;  // "\\?\" form; empty until the root is opened
-  HANDLE rootHandle = INVALID_HANDLE_VALUE;
-  DirectoryChain<OpenedDirectory, CloseOpened> chain;
+class WindowsDirectoryWalk final : public DirectoryWalk {
+ public:
+  explicit WindowsDirectoryWalk(const std::string& root) : root_(root) {}
+  ~WindowsDirectoryWalk() override { CloseDirectory(rootHandle_); }
 
-  ~State() { CloseDirectory(rootHandle); }
-
-  // The root is the caller's: links in it are followed, and it is made with
-  // its missing parents the way the shell makes directories.
-  bool OpenRoot(bool create) {
-    if (rootHandle != INVALID_HANDLE_VALUE)
+  // The root is made with its missing parents the way the shell makes
+  // directories.
+  bool OpenRoot(bool create) override {
+    if (rootHandle_ != INVALID_HANDLE_VALUE)
       return true;
-    const std::wstring full = FullPath(root);
+    const std::wstring full = FullPath(root_);
     if (full.empty())
       return false;
     if (create && !PathExists(full))
       SHCreateDirectoryExW(nullptr, full.c_str(), nullptr);
-    rootPath = Literal(full);
-    rootHandle = OpenDirectory(rootPath, false);
-    return rootHandle != INVALID_HANDLE_VALUE;
+    rootPath_ = Literal(full);
+    rootHandle_ = OpenDirectory(rootPath_, false);
+    return rootHandle_ != INVALID_HANDLE_VALUE;
   }
 
-  const std::wstring& PathAt(std::size_t depth) const {
-    return depth == 0 ? rootPath : chain.At(depth).path;
-  }
-
-  // Whether the directory of the first `count` of `parts` could be reached.
-  // With `create`, makes missing directories on the way.
-  bool Descend(const std::vector<std::string_view>& parts, std::size_t count, bool create) {
-    return chain.Walk(parts, count, [&](std::size_t depth, std::string_view name) {
+  bool Descend(const std::vector<std::string_view>& parts,
+               std::size_t count,
+               bool create) override {
+    return chain_.Walk(parts, count, [&](std::size_t depth, std::string_view name) {
       std::optional<OpenedDirectory> opened;
       if (!IsPlainName(name))
         return opened;
@@ -241,56 +204,47 @@ struct OutputDirectory::State {
       return opened;
     });
   }
+
+  bool LeafExists(const std::vector<std::string_view>& parts) override {
+    return PathExists(LeafPath(parts));
+  }
+
+  NativeFile CreateLeaf(const std::vector<std::string_view>& parts) override {
+    if (!IsPlainName(parts.back()))
+      return kInvalidFile;
+    const std::wstring path = LeafPath(parts);
+    auto create = [&] {
+      return CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                         CREATE_NEW, FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
+    };
+    HANDLE file = create();
+    // Replace, never reuse: deleting drops a link or a hard-linked name without
+    // touching what it points to. A directory of that name stays and fails.
+    if (file == INVALID_HANDLE_VALUE && GetLastError() == ERROR_FILE_EXISTS &&
+        DeleteFileW(path.c_str()))
+      file = create();
+    return reinterpret_cast<NativeFile>(file);
+  }
+
+ private:
+  const std::wstring& PathAt(std::size_t depth) const {
+    return depth == 0 ? rootPath_ : chain_.At(depth).path;
+  }
+
+  std::wstring LeafPath(const std::vector<std::string_view>& parts) const {
+    return PathAt(parts.size() - 1) + L'\\' + Widen(parts.back());
+  }
+
+  const std::string root_;
+  std::wstring rootPath_;  // "\\?\" form; empty until the root is opened
+  HANDLE rootHandle_ = INVALID_HANDLE_VALUE;
+  DirectoryChain<OpenedDirectory, CloseOpened> chain_;
 };
 
-OutputDirectory::OutputDirectory(const std::string& root) : state_(std::make_unique<State>()) {
-  state_->root = root;
+}  // namespace
+
+std::unique_ptr<DirectoryWalk> MakeDirectoryWalk(const std::string& root) {
+  return std::make_unique<WindowsDirectoryWalk>(root);
 }
 
-OutputDirectory::~OutputDirectory() = default;
-
-bool OutputDirectory::Exists(std::string_view relative) {
-  const std::vector<std::string_view> parts = SplitPath(relative);
-  if (!state_->OpenRoot(false))
-    return false;
-  if (parts.empty())
-    return true;
-  if (!state_->Descend(parts, parts.size() - 1, false))
-    return false;
-  return PathExists(state_->PathAt(parts.size() - 1) + L'\\' + Widen(parts.back()));
-}
-
-bool OutputDirectory::CreateDirectories(std::string_view relative) {
-  const std::vector<std::string_view> parts = SplitPath(relative);
-  return state_->OpenRoot(true) && state_->Descend(parts, parts.size(), true);
-}
-
-NativeFile OutputDirectory::CreateNewFile(std::string_view relative) {
-  if (relative.empty() || IsSeparator(relative.back()))
-    return kInvalidFile;
-  const std::vector<std::string_view> parts = SplitPath(relative);
-  if (parts.empty() || !IsPlainName(parts.back()) || !state_->OpenRoot(false) ||
-      !state_->Descend(parts, parts.size() - 1, false))
-    return kInvalidFile;
-  const std::wstring path = state_->PathAt(parts.size() - 1) + L'\\' + Widen(parts.back());
-  auto create = [&] {
-    return CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                       CREATE_NEW, FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
-  };
-  HANDLE file = create();
-  // Replace, never reuse: deleting drops a link or a hard-linked name without
-  // touching what it points to. A directory of that name stays and fails.
-  if (file == INVALID_HANDLE_VALUE && GetLastError() == ERROR_FILE_EXISTS &&
-      DeleteFileW(path.c_str()))
-    file = create();
-  return reinterpret_cast<NativeFile>(file);
-}
-
-namespace testing {
-
-void FailFileWrites(bool fail) {
-  g_failWrites.store(fail, std::memory_order_relaxed);
-}
-
-}  // namespace testing
 }  // namespace base::platform

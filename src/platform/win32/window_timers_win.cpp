@@ -1,6 +1,7 @@
 #include "platform/win32/window_timers_win.h"
 
 #include <algorithm>
+#include <tuple>
 #include <vector>
 
 #include "platform/clock.h"
@@ -100,8 +101,10 @@ unsigned DeliverTimersDueOn(std::uint32_t now) {
       message.hwnd = due->window;
       message.message = WM_TIMER;
       message.wParam = due->id;
-      // Re-arming drops an expiry that the system may report any moment.
-      SetTimer(due->window, due->id, due->period, nullptr);
+      // Re-arming drops an expiry that the system may report any moment. It
+      // fails only for a window that is gone, whose message is dispatched to
+      // nobody anyway.
+      std::ignore = SetTimer(due->window, due->id, due->period, nullptr);
     }
     DispatchCarried(message);
     ++delivered;
