@@ -88,15 +88,20 @@ std::size_t TimeRecordQueue::SinkHole(std::size_t index) {
     const std::size_t first = index * kArity + 1;
     if (first >= size)
       return index;
-    const std::size_t end = std::min(first + kArity, size);
-    std::size_t best = first;
-    for (std::size_t child = first + 1; child < end; ++child) {
-      if (Before(heap_[child], heap_[best]))
-        best = child;
-    }
+    const std::size_t best = SoonestChild(first);
     Place(index, heap_[best]);
     index = best;
   }
+}
+
+std::size_t TimeRecordQueue::SoonestChild(std::size_t first) const {
+  const std::size_t end = std::min(first + kArity, heap_.size());
+  std::size_t best = first;
+  for (std::size_t child = first + 1; child < end; ++child) {
+    if (Before(heap_[child], heap_[best]))
+      best = child;
+  }
+  return best;
 }
 
 void TimeRecordQueue::SiftDown(std::size_t index, const Key& key) {
@@ -105,12 +110,7 @@ void TimeRecordQueue::SiftDown(std::size_t index, const Key& key) {
     const std::size_t first = index * kArity + 1;
     if (first >= size)
       break;
-    const std::size_t end = std::min(first + kArity, size);
-    std::size_t best = first;
-    for (std::size_t child = first + 1; child < end; ++child) {
-      if (Before(heap_[child], heap_[best]))
-        best = child;
-    }
+    const std::size_t best = SoonestChild(first);
     if (!Before(heap_[best], key))
       break;
     Place(index, heap_[best]);
