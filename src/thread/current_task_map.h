@@ -3,14 +3,15 @@
 // non-null entry for its id. Nothing lives in thread-local storage.
 //
 // Threading: every operation concerns the calling thread's entry and may come
-// from any thread. Lookups share the lock; changes (three per run) take it
+// from any thread. Lookups share the lock; changes (two per run) take it
 // alone. The map holds no reference: the task found by a thread is the one it
 // runs itself, kept alive by the worker's reference.
 #ifndef BASE_THREAD_CURRENT_TASK_MAP_H_
 #define BASE_THREAD_CURRENT_TASK_MAP_H_
 
 #include <cstdint>
-#include <map>
+#include <utility>
+#include <vector>
 
 #include <boost/thread/shared_mutex.hpp>
 
@@ -34,7 +35,16 @@ class CurrentTaskMap {
   void EraseCurrentTask();
 
  private:
-  std::map<std::uint32_t, ThreadTask*> tasksByThread_;
+  using Entry = std::pair<std::uint32_t, ThreadTask*>;
+
+  // The entry of `thread`, or where it would go to keep the order.
+  std::vector<Entry>::iterator Seek(std::uint32_t thread);
+  bool IsEntryOf(std::vector<Entry>::iterator entry, std::uint32_t thread) const;
+
+  // Sorted by thread id. A node map allocated and freed a node at every run;
+  // this keeps its room, and a run's two changes move at most the entries of
+  // the threads running at that moment.
+  std::vector<Entry> tasksByThread_;
   // The required lock: boost::shared_mutex, not a std one (docs/frozen-names.md).
   boost::shared_mutex lock_;
 };

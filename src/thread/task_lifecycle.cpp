@@ -15,14 +15,19 @@ namespace {
 // first, then the map, then the reference. A joiner may therefore see the end
 // while this thread is still in the last steps, which is why the pool is
 // joined before the map is destroyed at unload.
+//
+// The map's lock is dear (each unlock of Boost's shared mutex notifies two
+// condition variables), so the end takes it once: the event is task_'s,
+// which is what a lookup of this thread's entry would find (only this thread
+// changes it), and the entry goes in one step, as nothing on this thread
+// could see it emptied first.
 class RunEnd {
  public:
   explicit RunEnd(ThreadTask* task) : task_(task) {}
   RunEnd(const RunEnd&) = delete;
   RunEnd& operator=(const RunEnd&) = delete;
   ~RunEnd() {
-    NotifyTaskFinished();
-    g_currentTaskMap.SetCurrentTask(nullptr);
+    base::platform::SetEvent(Detail::TaskAccess::FinishedEvent(task_));
     g_currentTaskMap.EraseCurrentTask();
     ReleaseTask(task_);
   }

@@ -77,6 +77,10 @@ class TimeRecordQueue {
   void SiftUp(std::size_t index, const Key& key);
   void SiftDown(std::size_t index, const Key& key);
   void Settle(std::size_t index, const Key& key);
+  // Moves the hole at `index` down to a leaf; returns where it ends.
+  std::size_t SinkHole(std::size_t index);
+  // Of the children from `first` on, the one that comes first.
+  std::size_t SoonestChild(std::size_t first) const;
   void Place(std::size_t index, const Key& key) {
     heap_[index] = key;
     position_[key.slot] = static_cast<std::uint32_t>(index);

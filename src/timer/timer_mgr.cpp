@@ -18,6 +18,13 @@ std::int32_t TicksBetween(std::uint32_t earlier, std::uint32_t later) {
   return static_cast<std::int32_t>(later - earlier);
 }
 
+// Less than a period since dueTick - period: not due. That tick lies in the
+// past for every record, so the test holds across the wrap, and a period of 0
+// is always due.
+bool IsDue(const TimeRecord& record, std::uint32_t now) {
+  return record.period - record.dueTick + now >= record.period;
+}
+
 // Any timer message, whatever its id, is a tick of the one manager.
 std::intptr_t BASE_WINDOW_CALL TimerWindowProcedure(platform::WindowHandle window,
                                                     std::uint32_t message,
@@ -106,26 +113,58 @@ void TimerMgr::OnTick() {
   const std::uint32_t now = platform::TickCount();
   // The idle test: no lock, one subtraction. A record due exactly now waits
   // for the next tick.
-  if (TicksBetween(nextDueTick_.load(std::memory_order_relaxed), now) <= 0)
+  if (takenNext_ == takenEnd_ &&
+      TicksBetween(nextDueTick_.load(std::memory_order_relaxed), now) <= 0)
     return;
   while (running_.load(std::memory_order_relaxed) != 0) {
-    Method<void()> held;
-    {
-      const Lock lock(mutex_);
-      if (!TakeDueLocked(now, held))
-        return;
+    if (takenNext_ != takenEnd_) {
+      RunNextTaken();
+    } else {
+      Method<void()> held;
+      {
+        const Lock lock(mutex_);
+        if (!TakeDueLocked(now, held))
+          return;
+      }
+      // Nothing of the records is kept across the unlock but `held` and
+      // `taken`: the delegate may set, kill, or pump messages into a nested
+      // dispatch. Its copy is dropped at the end of this pass, outside the
+      // lock.
+      held.Run();
     }
-    // Nothing of the records is kept across the unlock but `held`: the
-    // delegate may set, kill, or pump messages into a nested dispatch. Its
-    // copy is dropped at the end of this pass, outside the lock.
-    held.Run();
     if (platform::TickCount() - now >= kDispatchBudgetMs)
       return;
   }
 }
 
+void TimerMgr::RunNextTaken() {
+  // A nested dispatch may run the rest of `taken`, but never refills it while
+  // this run is in progress, so `entry` stays put.
+  class DropAfterRun {
+   public:
+    DropAfterRun(Method<void()>& entry, unsigned& running) : entry_(entry), running_(running) {
+      ++running_;
+    }
+    DropAfterRun(const DropAfterRun&) = delete;
+    DropAfterRun& operator=(const DropAfterRun&) = delete;
+    ~DropAfterRun() {
+      --running_;
+      entry_ = Method<void()>();
+    }
+
+   private:
+    Method<void()>& entry_;
+    unsigned& running_;
+  };
+  Method<void()>& entry = taken_[takenNext_++];
+  const DropAfterRun drop(entry, takenRunning_);
+  entry.Run();
+}
+
 bool TimerMgr::TakeDueLocked(std::uint32_t now, Method<void()>& held) {
   mutex_.AssertHeld();
+  // Only called once `taken` has run dry.
+  takenHeld_ = false;
   TimeRecordQueue::Slot slot;
   for (;;) {
     if (records_.Empty()) {
@@ -134,10 +173,7 @@ bool TimerMgr::TakeDueLocked(std::uint32_t now, Method<void()>& held) {
     }
     slot = records_.Front();
     const TimeRecord& first = records_[slot];
-    // Less than a period since dueTick - period: not due. That tick lies in
-    // the past for every record, so the test holds across the wrap, and a
-    // period of 0 is always due.
-    if (first.period - first.dueTick + now < first.period) {
+    if (!IsDue(first, now)) {
       nextDueTick_.store(first.dueTick, std::memory_order_relaxed);
       return false;
     }
@@ -148,7 +184,10 @@ bool TimerMgr::TakeDueLocked(std::uint32_t now, Method<void()>& held) {
   }
   TimeRecord& taken = records_[slot];
   if (taken.repeat == 0) {
+    const bool idless = taken.id == 0;
     RemoveLocked(slot);
+    if (idless)
+      TakeIdlessLocked(now);
     StopIfEmptyLocked();
     return true;
   }
@@ -160,6 +199,24 @@ bool TimerMgr::TakeDueLocked(std::uint32_t now, Method<void()>& held) {
   records_.Reorder(slot, sortTick, records_.SequenceOf(slot));
   NoteIfFrontLocked(slot);
   return true;
+}
+
+void TimerMgr::TakeIdlessLocked(std::uint32_t now) {
+  mutex_.AssertHeld();
+  if (takenRunning_ != 0)
+    return;
+  takenNext_ = takenEnd_ = 0;
+  while (takenEnd_ < kTakenMax && !records_.Empty()) {
+    const TimeRecordQueue::Slot slot = records_.Front();
+    const TimeRecord& first = records_[slot];
+    if (!IsDue(first, now) || first.repeat != 0 || first.id != 0)
+      break;
+    // An invalid one is dropped here, as it would be at the front.
+    if (first.method.IsValid())
+      taken_[takenEnd_++] = first.method;
+    RemoveLocked(slot);
+  }
+  takenHeld_ = takenEnd_ != 0;
 }
 
 void TimerMgr::RemoveLocked(TimeRecordQueue::Slot slot) {
@@ -178,7 +235,7 @@ void TimerMgr::NoteIfFrontLocked(TimeRecordQueue::Slot slot) {
 
 void TimerMgr::StopIfEmptyLocked() {
   mutex_.AssertHeld();
-  if (records_.Empty() && running_.load(std::memory_order_relaxed) != 0) {
+  if (records_.Empty() && !takenHeld_ && running_.load(std::memory_order_relaxed) != 0) {
     std::ignore = platform::KillWindowTimer(window_, kTimerId);  // a timer that is gone is stopped
     running_.store(0, std::memory_order_relaxed);
   }

@@ -15,7 +15,9 @@
 #ifndef BASE_TIMER_TIMER_MGR_H_
 #define BASE_TIMER_TIMER_MGR_H_
 
+#include <array>
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 
 #include <boost/thread/mutex.hpp>
@@ -37,6 +39,8 @@ class TimerMgr final : public Singlton<TimerMgr> {
   static constexpr std::uint32_t kDispatchBudgetMs = 10;
   // A repeating record further behind than this is put behind all that are due.
   static constexpr std::uint32_t kMaxLagMs = 100;
+  // The most one-shots without an id that one hold of the lock takes out.
+  static constexpr std::size_t kTakenMax = 64;
 
   // Makes the hidden window on the calling thread, which from then on runs
   // every delegate. Arms nothing.
@@ -66,6 +70,11 @@ class TimerMgr final : public Singlton<TimerMgr> {
   // repeating one on, and hands its delegate over in `held`. False when
   // nothing is due (`held` may then hold an invalid delegate).
   bool TakeDueLocked(std::uint32_t now, Method<void()>& held);
+  // Under `mutex`: takes the due one-shots without an id that follow at the
+  // front into `taken`, unless one of `taken` is running.
+  void TakeIdlessLocked(std::uint32_t now);
+  // Runs the next of `taken` and drops its delegate, outside the lock.
+  void RunNextTaken();
   void RemoveLocked(TimeRecordQueue::Slot slot);
   void NoteIfFrontLocked(TimeRecordQueue::Slot slot);
   void StopIfEmptyLocked();
@@ -81,6 +90,18 @@ class TimerMgr final : public Singlton<TimerMgr> {
   // next tick or costs one more pass under the lock.
   std::atomic<std::uint32_t> running_{0};
   std::atomic<std::uint32_t> nextDueTick_{0};
+
+  // Due one-shots without an id, taken out of `records` in due order to run
+  // without a lock each. Nothing can kill or replace such a record, so no
+  // other thread needs to see them: they belong to the owner thread, and a
+  // dispatch, nested or next, runs what is left of them before anything
+  // else. `takenHeld` (under `mutex`) keeps the platform timer armed while
+  // some are left, after a throw or at the end of a budget.
+  std::array<Method<void()>, kTakenMax> taken_;
+  std::size_t takenNext_ = 0;
+  std::size_t takenEnd_ = 0;
+  unsigned takenRunning_ = 0;  // runs of `taken` in progress, nested ones included
+  bool takenHeld_ = false;
 };
 
 }  // namespace base

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <poll.h>
 
+#include <stdexcept>
 #include <thread>
 
 #include "base/message_loop.h"
@@ -48,6 +49,19 @@ TEST(MessageLoopTest, DescriptorTellsAHostLoopWhenToPump) {
   EXPECT_TRUE(Readable(fd, 0));
   EXPECT_EQ(PumpMessages(0), 1u);
   EXPECT_FALSE(Readable(fd, 0));
+
+  // And for what a pass took but could not deliver, because a procedure threw.
+  recorder.onMessage = [](WindowHandle, std::uint32_t message, std::uintptr_t wparam) {
+    if (message == kPing && wparam == 1)
+      throw std::runtime_error("from the procedure");
+  };
+  platform::PostWindowMessage(window, kPing, 1, 0);
+  platform::PostWindowMessage(window, kPing, 2, 0);
+  EXPECT_THROW(PumpMessages(0), std::runtime_error);
+  EXPECT_TRUE(Readable(fd, 0));
+  EXPECT_EQ(PumpMessages(0), 1u);
+  EXPECT_FALSE(Readable(fd, 0));
+  recorder.onMessage = nullptr;
 
   // A timer makes it readable when it comes due, without anyone pumping.
   platform::SetWindowTimer(window, 4, 15);

@@ -48,6 +48,36 @@ TEST(WaitPosixTest, HundredThousandEventsLiveAtOnce) {
     ASSERT_TRUE(CloseHandle(event));
 }
 
+// Threads make and free events at once, as posters and pool workers do with
+// every task's two: no slot is ever handed to two live events.
+TEST(WaitPosixTest, EventsMadeAndFreedOnManyThreadsStayApart) {
+  constexpr int kThreads = 4;
+  constexpr int kRounds = 20000;
+  std::atomic<int> wrong{0};
+  std::vector<std::thread> threads;
+  for (int t = 0; t < kThreads; ++t) {
+    threads.emplace_back([&wrong] {
+      HANDLE held[3] = {};
+      for (int round = 0; round < kRounds; ++round) {
+        HANDLE& event = held[round % 3];
+        if (event != nullptr) {
+          // Signalled by this thread alone, and still its own.
+          wrong += WaitForSingleObject(event, 0) != WAIT_OBJECT_0;
+          wrong += !CloseHandle(event);
+        }
+        event = CreateEvent(true, false);
+        wrong += event == nullptr || WaitForSingleObject(event, 0) != WAIT_TIMEOUT;
+        SetEvent(event);
+      }
+      for (HANDLE event : held)
+        wrong += !CloseHandle(event);
+    });
+  }
+  for (std::thread& thread : threads)
+    thread.join();
+  EXPECT_EQ(wrong.load(), 0);
+}
+
 TEST(WaitPosixTest, CloseWhileAnotherThreadWaitsLetsTheWaitRunOut) {
   HANDLE event = CreateEvent(true, false);
   HANDLE timer = CreateWaitableTimer();

@@ -117,8 +117,8 @@ TEST_F(TimerMgrTest, EmptyOrInvalidDelegatesCancelTheirId) {
   // A repeating delegate that turns invalid is dropped at its next due tick,
   // and its id is free again.
   auto owner = std::make_shared<int>(0);
-  SetTimeCallback(-10, MakeWeakMethod(std::weak_ptr<int>(owner), [&](int&) { log_.push_back("w"); }),
-                  10);
+  SetTimeCallback(
+      -10, MakeWeakMethod(std::weak_ptr<int>(owner), [&](int&) { log_.push_back("w"); }), 10);
   Tick(11);
   owner.reset();
   Tick(10);
@@ -172,7 +172,7 @@ TEST_F(TimerMgrTest, MakesUpMissedPeriods) {
   EXPECT_EQ(log_[0], "r");
   EXPECT_EQ(log_[1], "o");
   EXPECT_EQ(log_.size(), 13u);  // 12 periods and the one-shot
-  Tick(19);                    // 360: due exactly now
+  Tick(19);                     // 360: due exactly now
   EXPECT_EQ(log_.size(), 13u);
 }
 
@@ -235,6 +235,40 @@ TEST_F(TimerMgrTest, ExceptionFromDelegateLeavesTheRestScheduled) {
   Tick(0);
   EXPECT_EQ(log_, Log{"r"});
   EXPECT_TRUE(KillTimeCallback(2));
+}
+
+// One-shots without an id are taken out together; records with an id between
+// them still run in their turn, and a kill from a run still holds.
+TEST_F(TimerMgrTest, OneShotsWithoutAnIdKeepTheirTurnAmongTheRest) {
+  bool killed = false;
+  SetTimeCallback(5, MakeMethod([&] {
+                    log_.push_back("a");
+                    killed = KillTimeCallback(7);
+                  }),
+                  0);
+  SetTimeCallback(5, Logs("killed"), 7);
+  SetTimeCallback(5, Logs("b"), 0);
+  SetTimeCallback(5, Logs("c"), 8);
+  SetTimeCallback(5, Logs("d"), 0);
+  SetTimeCallback(-5, Logs("r"), 9);
+  SetTimeCallback(5, Logs("e"), 0);
+  Tick(6);
+  EXPECT_TRUE(killed);
+  EXPECT_EQ(log_, (Log{"a", "b", "c", "d", "r", "e"}));
+  EXPECT_TRUE(KillTimeCallback(9));
+}
+
+// What a throw leaves of one-shots taken out together runs at the next timer
+// message: the platform timer stays armed for them.
+TEST_F(TimerMgrTest, ExceptionAmongOneShotsWithoutAnIdLeavesTheRestToTheNextTick) {
+  SetTimeCallback(5, MakeMethod([] { throw std::runtime_error("delegate"); }), 0);
+  SetTimeCallback(5, Logs("a"), 0);
+  SetTimeCallback(5, Logs("b"), 0);
+  EXPECT_THROW(Pump(10), std::runtime_error);
+  EXPECT_EQ(log_, Log{});
+  EXPECT_EQ(Pump(10), 1u);
+  EXPECT_EQ(log_, (Log{"a", "b"}));
+  EXPECT_EQ(Pump(100), 0u);  // and stops once they have run
 }
 
 TEST_F(TimerMgrTest, NestedDispatchFromADelegateThatPumps) {

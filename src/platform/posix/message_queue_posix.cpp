@@ -1,17 +1,21 @@
-// Design note. Posted messages sit in a deque under one mutex; timers are a
-// short vector of due ticks under the same mutex. A timer message is never
-// queued: when the owner has dispatched the messages that were waiting at the
-// start of a pass, it looks for due timers and delivers each due one once,
-// moving its due tick on. That gives "at most one pending per timer" for free,
-// keeps timers behind waiting messages, and still lets timers through when
-// other threads post without pause, since a pass takes only the messages that
-// were waiting when it began.
+// Design note. Posted messages sit in a vector under one mutex; timers are a
+// short vector of due ticks under the same mutex. A pass takes every waiting
+// message in one go and delivers them without the mutex, so a burst costs a
+// poster one lock per message and the owner one lock per pass. A timer
+// message is never queued: when the owner has dispatched the messages that
+// were waiting at the start of a pass, it looks for due timers and delivers
+// each due one once, moving its due tick on. That gives "at most one pending
+// per timer" for free, keeps timers behind waiting messages, and still lets
+// timers through when other threads post without pause, since a pass takes
+// only the messages that were waiting when it began.
 //
 // Nothing is held across a delivery, so a procedure may pump (a nested pass
-// simply takes what is there), destroy its window or kill its own timer.
+// simply takes what is there, the rest of the outer pass's messages first),
+// destroy its window or kill its own timer.
 //
 // The owner sleeps on a condition variable rather than on a descriptor: a
-// post then costs what a plain mutex and condition-variable hand-off costs.
+// post then costs what a plain mutex and condition-variable hand-off costs,
+// and only the first post after the owner fell asleep wakes it.
 // Descriptors are made only for a host that asks for one, and are kept in
 // step at the end of every pass.
 #include "platform/posix/message_queue_posix.h"
@@ -53,6 +57,7 @@ bool MessageQueue::Post(Window& window,
     posted_.push_back(Posted{&window, message, wparam, lparam});
     SignalFdLocked();
     wake = ownerWaiting_;
+    ownerWaiting_ = false;
   }
   if (wake)
     wake_.notify_one();
@@ -75,6 +80,7 @@ bool MessageQueue::SetTimer(Window& window, std::uintptr_t id, std::uint32_t per
       *it = Timer{&window, id, period, now + period};
     ResyncFdsLocked(now);
     wake = ownerWaiting_;
+    ownerWaiting_ = false;
   }
   // A waiting owner may be sleeping past the new due time.
   if (wake)
@@ -96,9 +102,12 @@ bool MessageQueue::KillTimer(const Window& window, std::uintptr_t id) {
 void MessageQueue::Close(Window& window) {
   std::lock_guard<std::mutex> lock(mutex_);
   window.closed.store(true, std::memory_order_release);
-  posted_.erase(std::remove_if(posted_.begin(), posted_.end(),
-                               [&](const Posted& p) { return p.window == &window; }),
-                posted_.end());
+  const auto forWindow = [&](const Posted& p) { return p.window == &window; };
+  posted_.erase(std::remove_if(posted_.begin(), posted_.end(), forWindow), posted_.end());
+  // Close runs on the owner thread, to which taken_ belongs.
+  taken_.erase(std::remove_if(taken_.begin() + static_cast<std::ptrdiff_t>(takenNext_),
+                              taken_.end(), forWindow),
+               taken_.end());
   timers_.erase(std::remove_if(timers_.begin(), timers_.end(),
                                [&](const Timer& t) { return t.window == &window; }),
                 timers_.end());
@@ -112,14 +121,16 @@ void MessageQueue::RemoveWindow(WindowHandle window) {
   windows_.erase(std::remove(windows_.begin(), windows_.end(), window), windows_.end());
 }
 
-// Leaves the descriptors true to the queue however a pass ends, a procedure
-// that throws included: a host that waits on PollFd must not miss what stays.
+// Leaves the queue and the descriptors true however a pass ends, a procedure
+// that throws included: what the pass took and did not deliver is queued
+// again, and a host that waits on PollFd must not miss what stays.
 class MessageQueue::ResyncOnExit {
  public:
   explicit ResyncOnExit(MessageQueue& queue) : queue_(queue) {}
   ResyncOnExit(const ResyncOnExit&) = delete;
   ResyncOnExit& operator=(const ResyncOnExit&) = delete;
   ~ResyncOnExit() {
+    queue_.ReturnTaken();
     // Only the owner writes the descriptors, and this is the owner.
     if (queue_.eventFd_ < 0)
       return;
@@ -132,21 +143,22 @@ class MessageQueue::ResyncOnExit {
 };
 
 unsigned MessageQueue::DispatchPending(bool stopAtQuit) {
-  std::size_t batch;
-  {
-    std::lock_guard<std::mutex> lock(mutex_);
-    batch = posted_.size();
-  }
+  bool anyTimer = false;
+  std::size_t batch = TakePosted(anyTimer);
   ResyncOnExit resync(*this);
   unsigned delivered = 0;
-  // A nested pass may have taken some of this batch; PopPosted then runs dry
-  // or hands over younger messages, and the count still bounds the pass.
-  for (Posted m{}; batch > 0 && PopPosted(m); --batch) {
+  // A nested pass delivers the rest of this batch, or queues it again, and
+  // PopTaken runs dry; the count still bounds the pass.
+  for (Posted m{}; batch > 0 && PopTaken(m); --batch) {
     m.window->procedure(m.window->handle, m.message, m.wparam, m.lparam);
     ++delivered;
     if (stopAtQuit && quit_)
       return delivered;
   }
+  // A timer set during the pass is at least a minimum period away from due,
+  // so a pass that began without timers has none to deliver.
+  if (!anyTimer)
+    return delivered;
   // One reading of the tick for the whole pass: each timer moves its due tick
   // past it when delivered, so no timer is delivered twice in one pass.
   const std::uint32_t now = TickCount();
@@ -161,13 +173,35 @@ unsigned MessageQueue::DispatchPending(bool stopAtQuit) {
   return delivered;
 }
 
-bool MessageQueue::PopPosted(Posted& out) {
+std::size_t MessageQueue::TakePosted(bool& anyTimer) {
   std::lock_guard<std::mutex> lock(mutex_);
-  if (posted_.empty())
+  anyTimer = !timers_.empty();
+  if (takenNext_ == taken_.size()) {
+    taken_.clear();
+    takenNext_ = 0;
+    taken_.swap(posted_);
+  } else {
+    taken_.insert(taken_.end(), posted_.begin(), posted_.end());
+    posted_.clear();
+  }
+  return taken_.size() - takenNext_;
+}
+
+bool MessageQueue::PopTaken(Posted& out) {
+  if (takenNext_ == taken_.size())
     return false;
-  out = posted_.front();
-  posted_.pop_front();
+  out = taken_[takenNext_++];
   return true;
+}
+
+void MessageQueue::ReturnTaken() {
+  if (takenNext_ == taken_.size())
+    return;
+  std::lock_guard<std::mutex> lock(mutex_);
+  posted_.insert(posted_.begin(), taken_.begin() + static_cast<std::ptrdiff_t>(takenNext_),
+                 taken_.end());
+  taken_.clear();
+  takenNext_ = 0;
 }
 
 bool MessageQueue::PopDueTimer(std::uint32_t now, Window*& window, std::uintptr_t& id) {
@@ -193,11 +227,13 @@ bool MessageQueue::PopDueTimer(std::uint32_t now, Window*& window, std::uintptr_
 bool MessageQueue::WaitForWork(std::uint32_t timeoutMs) {
   using Clock = std::chrono::steady_clock;
   const bool limited = timeoutMs != UINT32_MAX;
-  const Clock::time_point deadline = Clock::now() + std::chrono::milliseconds(timeoutMs);
+  const Clock::time_point deadline =
+      limited ? Clock::now() + std::chrono::milliseconds(timeoutMs) : Clock::time_point::max();
   std::unique_lock<std::mutex> lock(mutex_);
   for (;;) {
     const std::uint32_t now = TickCount();
-    if (PendingLocked(now))
+    // Taken and not delivered: a procedure pumps inside a pass.
+    if (takenNext_ != taken_.size() || PendingLocked(now))
       return true;
     if (limited && Clock::now() >= deadline)
       return false;
@@ -324,6 +360,8 @@ void MessageQueue::CloseFds() {
 void MessageQueue::Shutdown() {
   std::lock_guard<std::mutex> lock(mutex_);
   posted_.clear();
+  taken_.clear();
+  takenNext_ = 0;
   timers_.clear();
   CloseFds();
 }

@@ -6,7 +6,6 @@
 #include <atomic>
 #include <condition_variable>
 #include <cstdint>
-#include <deque>
 #include <memory>
 #include <mutex>
 #include <vector>
@@ -99,7 +98,14 @@ class MessageQueue : public std::enable_shared_from_this<MessageQueue> {
   };
   class ResyncOnExit;
 
-  bool PopPosted(Posted& out);
+  // Owner thread. Moves what is posted behind what a pass took earlier and
+  // has not delivered yet; returns how much is held now, and in `anyTimer`
+  // whether a timer is set.
+  std::size_t TakePosted(bool& anyTimer);
+  bool PopTaken(Posted& out);
+  // Owner thread, at the end of a pass: what it took and did not deliver goes
+  // back to the front of the queue, where waits and descriptors see it.
+  void ReturnTaken();
   bool PopDueTimer(std::uint32_t now, Window*& window, std::uintptr_t& id);
   // All *Locked members run with mutex_ held.
   bool PendingLocked(std::uint32_t now) const;
@@ -116,8 +122,10 @@ class MessageQueue : public std::enable_shared_from_this<MessageQueue> {
 
   std::mutex mutex_;
   std::condition_variable wake_;
-  std::deque<Posted> posted_;
+  std::vector<Posted> posted_;
   std::vector<Timer> timers_;
+  // True while the owner waits and no one has woken it yet: one wake-up per
+  // sleep, however many posts arrive before it runs.
   bool ownerWaiting_ = false;
   // Descriptors, -1 until PollFd; written under mutex_.
   int eventFd_ = -1;
@@ -127,7 +135,11 @@ class MessageQueue : public std::enable_shared_from_this<MessageQueue> {
   bool timerArmed_ = false;
   std::uint32_t armedDue_ = 0;
 
-  // Owner thread only.
+  // Owner thread only. The messages a pass took in one go, delivered from
+  // `takenNext_` on without the mutex; the two vectors trade buffers, so a
+  // steady stream allocates nothing.
+  std::vector<Posted> taken_;
+  std::size_t takenNext_ = 0;
   std::vector<WindowHandle> windows_;
   bool quit_ = false;
 };

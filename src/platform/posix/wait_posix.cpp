@@ -111,8 +111,9 @@ struct Object {
   WaitLink* tail = nullptr;
   // Set when the chunk is made; the slot's own number.
   std::uint32_t slot = 0;
-  // Guarded by the table's mutex while the slot is free: free slot + 1, or 0.
-  std::uint32_t nextFree = 0;
+  // While the slot is free: the next free slot + 1, or 0. A pop that loses
+  // its race may read it as it changes, hence atomic.
+  std::atomic<std::uint32_t> nextFree{0};
 };
 
 void Link(Object& object, WaitLink& link) {
@@ -245,23 +246,48 @@ class ObjectTable {
   void Release(Object& object) {
     if (object.refs.fetch_sub(1, std::memory_order_acq_rel) != 1)
       return;
-    std::lock_guard<std::mutex> hold(mutex_);
-    object.nextFree = freeHead_;
-    freeHead_ = object.slot + 1;
+    std::uint64_t head = freeList_.load(std::memory_order_relaxed);
+    std::uint64_t pushed;
+    do {
+      object.nextFree.store(static_cast<std::uint32_t>(head), std::memory_order_relaxed);
+      pushed = NextChange(head) | (object.slot + 1);
+    } while (!freeList_.compare_exchange_weak(head, pushed, std::memory_order_release,
+                                              std::memory_order_relaxed));
   }
 
  private:
   ObjectTable() = default;
 
-  bool AllocateSlot(std::uint32_t& slot) {
-    std::lock_guard<std::mutex> hold(mutex_);
-    if (freeHead_ != 0) {
-      slot = freeHead_ - 1;
-      freeHead_ = chunks_[slot >> kChunkBits]
-                      .load(std::memory_order_relaxed)[slot & (kChunkSize - 1)]
-                      .nextFree;
-      return true;
+  // The low half of a free-list head, 0 for an empty list, else its top slot
+  // + 1; the high half counts the changes. A pop whose head was popped and
+  // pushed again meanwhile then fails its exchange instead of taking a stale
+  // next.
+  static std::uint64_t NextChange(std::uint64_t head) {
+    return (head & ~std::uint64_t{0xFFFFFFFF}) + (std::uint64_t{1} << 32);
+  }
+
+  // Every task makes two events and frees them again, from different
+  // threads: the free slots are a stack that needs no lock.
+  bool PopFreeSlot(std::uint32_t& slot) {
+    std::uint64_t head = freeList_.load(std::memory_order_acquire);
+    while (static_cast<std::uint32_t>(head) != 0) {
+      const std::uint32_t top = static_cast<std::uint32_t>(head) - 1;
+      const std::uint32_t next = chunks_[top >> kChunkBits]
+                                     .load(std::memory_order_acquire)[top & (kChunkSize - 1)]
+                                     .nextFree.load(std::memory_order_relaxed);
+      if (freeList_.compare_exchange_weak(head, NextChange(head) | next,
+                                          std::memory_order_acquire)) {
+        slot = top;
+        return true;
+      }
     }
+    return false;
+  }
+
+  bool AllocateSlot(std::uint32_t& slot) {
+    if (PopFreeSlot(slot))
+      return true;
+    std::lock_guard<std::mutex> hold(mutex_);
     if (used_ == chunkCount_ * kChunkSize) {
       if (chunkCount_ == kMaxChunks)
         return false;
@@ -279,11 +305,11 @@ class ObjectTable {
   }
 
   std::atomic<Object*> chunks_[kMaxChunks] = {};
+  std::atomic<std::uint64_t> freeList_{0};
+  // Guards the growth of the table.
   std::mutex mutex_;
-  // Guarded by `mutex_`.
   std::uint32_t chunkCount_ = 0;
-  std::uint32_t used_ = 0;      // slots ever handed out, the high-water mark
-  std::uint32_t freeHead_ = 0;  // free slot + 1, or 0 for none
+  std::uint32_t used_ = 0;  // slots ever handed out, the high-water mark
 };
 
 // The open object of `kind` that a handle names, locked, or null.
