@@ -9,10 +9,10 @@
 #include <benchmark/benchmark.h>
 
 #include <atomic>
-#include <cstdlib>
 #include <boost/asio/post.hpp>
 #include <boost/asio/thread_pool.hpp>
 #include <condition_variable>
+#include <cstdlib>
 #include <mutex>
 #include <thread>
 #include <vector>

@@ -47,7 +47,7 @@ class ExitNotifyTest : public ::testing::Test {
 
 TEST_F(ExitNotifyTest, OneEntryPerFunctionInAddressOrderPerList) {
   NotifyExit();
-  RemoveExitCallBack(kF[0]);   // never added: no error
+  RemoveExitCallBack(kF[0]);     // never added: no error
   AddExitCallBack(kF[2], &g_a);  // highest address first
   AddExitCallBack(kF[1], &g_a);
   AddExitCallBack(kF[0], &g_a);
@@ -57,9 +57,13 @@ TEST_F(ExitNotifyTest, OneEntryPerFunctionInAddressOrderPerList) {
   NotifyExit();
   NotifyExit();                // a firing leaves the list as it was
   NotifySaveDataBeforeExit();  // the other list, with its own argument
-  EXPECT_EQ(
-      g_calls,
-      (Calls{{kF[0], &g_a}, {kF[1], &g_b}, {kF[2], &g_a}, {kF[0], &g_a}, {kF[1], &g_b}, {kF[2], &g_a}, {kF[1], &g_a}}));
+  EXPECT_EQ(g_calls, (Calls{{kF[0], &g_a},
+                            {kF[1], &g_b},
+                            {kF[2], &g_a},
+                            {kF[0], &g_a},
+                            {kF[1], &g_b},
+                            {kF[2], &g_a},
+                            {kF[1], &g_a}}));
 }
 
 TEST_F(ExitNotifyTest, ChangesDuringAFiringApplyFromTheNextOne) {

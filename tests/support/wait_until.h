@@ -19,12 +19,15 @@ constexpr std::chrono::seconds kWaitUntilLimit{30};
 // so the caller can stop before touching state that is not there yet:
 //   ASSERT_TRUE(WaitUntil([&] { return done.load(); }, "the task to finish"));
 template <typename Condition>
-[[nodiscard]] ::testing::AssertionResult WaitUntil(Condition condition, const char* what,
-                                                   std::chrono::milliseconds limit = kWaitUntilLimit) {
+[[nodiscard]] ::testing::AssertionResult WaitUntil(
+    Condition condition,
+    const char* what,
+    std::chrono::milliseconds limit = kWaitUntilLimit) {
   const auto deadline = std::chrono::steady_clock::now() + limit;
   while (!condition()) {
     if (std::chrono::steady_clock::now() >= deadline)
-      return ::testing::AssertionFailure() << "gave up after " << limit.count() << " ms waiting for " << what;
+      return ::testing::AssertionFailure()
+             << "gave up after " << limit.count() << " ms waiting for " << what;
     std::this_thread::yield();
   }
   return ::testing::AssertionSuccess();

@@ -87,8 +87,7 @@ bool Seal(unsigned char* blob,
          CipherUpdate(context.get(), nullptr, blob, headerSize) &&
          CipherUpdate(context.get(), sealed, data, dataSize) &&
          EVP_EncryptFinal_ex(context.get(), sealed + dataSize, &finalSize) == 1 &&
-         EVP_CIPHER_CTX_ctrl(context.get(), EVP_CTRL_GCM_GET_TAG, kTagSize, sealed + dataSize) ==
-             1;
+         EVP_CIPHER_CTX_ctrl(context.get(), EVP_CTRL_GCM_GET_TAG, kTagSize, sealed + dataSize) == 1;
 }
 
 // Opens the sealed data of `blob` into `plain`; false if anything of the blob

@@ -28,7 +28,10 @@ void Carrier::RethrowCarried() {
     std::rethrow_exception(std::exchange(carried_, nullptr));
 }
 
-LRESULT RunCarried(WindowProcedure procedure, HWND window, UINT message, WPARAM wparam,
+LRESULT RunCarried(WindowProcedure procedure,
+                   HWND window,
+                   UINT message,
+                   WPARAM wparam,
                    LPARAM lparam) {
   Carrier* const carrier = t_innermost;
   if (!carrier)

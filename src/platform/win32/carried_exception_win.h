@@ -47,7 +47,10 @@ class Carrier {
 
 // Runs `procedure` for one message. What it throws goes to the thread's
 // innermost Carrier, and the system is told 0; with no Carrier it propagates.
-LRESULT RunCarried(WindowProcedure procedure, HWND window, UINT message, WPARAM wparam,
+LRESULT RunCarried(WindowProcedure procedure,
+                   HWND window,
+                   UINT message,
+                   WPARAM wparam,
                    LPARAM lparam);
 
 // TranslateMessageW and DispatchMessageW under a Carrier, then throws what

@@ -78,7 +78,8 @@ class ModuleItems {
   bool Submit(WorkItem* item, bool runsLong) {
     if (group_ == nullptr || shutDown_.load())
       return false;
-    return ::TrySubmitThreadpoolCallback(&RunWorkItem, item, runsLong ? &longItems_ : &shortItems_) != FALSE;
+    return ::TrySubmitThreadpoolCallback(&RunWorkItem, item,
+                                         runsLong ? &longItems_ : &shortItems_) != FALSE;
   }
 
   // Items that have not started still run: a cleanup group cancels only
