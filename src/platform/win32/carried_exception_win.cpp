@@ -41,7 +41,10 @@ LRESULT RunCarried(WindowProcedure procedure,
   } catch (...) {
     if (!carrier->carried_)
       carrier->carried_ = std::current_exception();
-    return 0;
+    // A creation whose procedure threw is refused, so that no window is left
+    // behind that its caller never got (0 and -1 refuse the two creation
+    // messages; 0 is what the others expect of a handled message).
+    return message == WM_CREATE ? -1 : 0;
   }
 }
 

@@ -46,7 +46,8 @@ class Carrier {
 };
 
 // Runs `procedure` for one message. What it throws goes to the thread's
-// innermost Carrier, and the system is told 0; with no Carrier it propagates.
+// innermost Carrier, and the system is told 0 (-1 for WM_CREATE, which
+// refuses the creation); with no Carrier it propagates.
 LRESULT RunCarried(WindowProcedure procedure,
                    HWND window,
                    UINT message,
