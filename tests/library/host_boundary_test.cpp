@@ -9,17 +9,19 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <chrono>
 #include <cstdint>
 
 #include "base/message_loop.h"
 #include "base/method.h"
 #include "base/thread_task.h"
 #include "base/timer.h"
+#include "support/join_within.h"
 #include "support/wait_until.h"
 
 namespace {
 
+using base::testing::JoinWithin;
+using base::testing::RunLoopUntil;
 using base::testing::WaitUntil;
 using OrvThread::thisThreadTask::TaskInterrupted;
 
@@ -34,26 +36,18 @@ void Count(void* /*owner*/, void* param) {
   ++*static_cast<int*>(param);
 }
 
-// Pumps the calling thread until `HostError` leaves PumpMessages; false if it
-// never does within a few seconds.
-bool PumpUntilHostError() {
-  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
-  while (std::chrono::steady_clock::now() < deadline) {
-    try {
-      base::PumpMessages(20);
-    } catch (const HostError&) {
-      return true;
-    }
-  }
-  return false;
-}
-
-// Pumps until `count` reaches `wanted`, for at most a few seconds.
-bool PumpUntilCount(const int& count, int wanted) {
-  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
-  while (count < wanted && std::chrono::steady_clock::now() < deadline)
-    base::PumpMessages(20);
-  return count == wanted;
+// Pumps the calling thread until `HostError` leaves PumpMessages.
+::testing::AssertionResult PumpUntilHostError() {
+  return WaitUntil(
+      [] {
+        try {
+          base::PumpMessages(20);
+        } catch (const HostError&) {
+          return true;
+        }
+        return false;
+      },
+      "HostError to leave PumpMessages");
 }
 
 // Posts `work`, waits until it runs, interrupts it and joins it.
@@ -64,7 +58,7 @@ void RunUntilInterrupted(void (*work)(std::atomic<int>& progress), std::atomic<i
   ASSERT_FALSE(task == nullptr);
   ASSERT_TRUE(WaitUntil([&] { return progress.load() > 0; }, "the task to start"));
   task->Interrupt();
-  EXPECT_TRUE(task->TimedJoin(10000));
+  EXPECT_TRUE(JoinWithin(task));
 }
 
 TEST(HostBoundaryTest, TaskInterruptedEndsTheHostsDelegateOrIsCaughtThere) {
@@ -103,7 +97,7 @@ TEST(HostBoundaryTest, AHostErrorOutOfACallbackTimerLeavesThePumpAndTheNextStays
   SetTimeCallback(1, MakeMethod([&later] { ++later; }), 0);
   EXPECT_TRUE(PumpUntilHostError());
   EXPECT_EQ(later, 0);
-  EXPECT_TRUE(PumpUntilCount(later, 1));
+  EXPECT_TRUE(RunLoopUntil([&] { return later == 1; }, "the timer behind the thrower"));
 }
 
 TEST(HostBoundaryTest, AHostErrorOutOfATasksCallbackReachesTheMainThreadsPump) {
@@ -112,7 +106,7 @@ TEST(HostBoundaryTest, AHostErrorOutOfATasksCallbackReachesTheMainThreadsPump) {
   OrvThread::ThreadTaskPtr task = OrvThread::PostThreadTask(MakeMethod(
       [] { OrvThread::thisThreadTask::DoCallback(MakeMethod([] { throw HostError(); })); }));
   ASSERT_FALSE(task == nullptr);
-  EXPECT_TRUE(task->TimedJoin(10000));
+  EXPECT_TRUE(JoinWithin(task));
   EXPECT_TRUE(PumpUntilHostError());
 }
 
@@ -122,7 +116,7 @@ TEST(HostBoundaryTest, AHostErrorOutOfASchedulerTimerLeavesThePumpAndTheNextStay
   ASSERT_TRUE(SetTimeout(10, Count, &later, nullptr));
   EXPECT_TRUE(PumpUntilHostError());
   EXPECT_EQ(later, 0);
-  EXPECT_TRUE(PumpUntilCount(later, 1));
+  EXPECT_TRUE(RunLoopUntil([&] { return later == 1; }, "the timer behind the thrower"));
 }
 
 TEST(HostBoundaryTest, AHostErrorOutOfAnAsyncCallbackLeavesThePumpAndLosesItsBatch) {
@@ -132,7 +126,7 @@ TEST(HostBoundaryTest, AHostErrorOutOfAnAsyncCallbackLeavesThePumpAndLosesItsBat
   EXPECT_TRUE(PumpUntilHostError());
   int after = 0;
   ASSERT_TRUE(SetAsyncCallback(Count, &after, nullptr));
-  EXPECT_TRUE(PumpUntilCount(after, 1));
+  EXPECT_TRUE(RunLoopUntil([&] { return after == 1; }, "a later async callback"));
   EXPECT_EQ(lost, 0);
 }
 

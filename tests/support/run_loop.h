@@ -1,6 +1,7 @@
 // Bounded runs of the calling thread's message loop. A loop that nothing
-// quits never returns, and a delegate that never comes would be waited for
-// forever; these give up after a bound and fail the test where it waited.
+// quits never returns; this gives up after a bound and fails the test where it
+// waited. RunLoopUntil, which pumps until a condition holds, is in
+// wait_until.h.
 #ifndef BASE_TESTS_SUPPORT_RUN_LOOP_H_
 #define BASE_TESTS_SUPPORT_RUN_LOOP_H_
 
@@ -11,6 +12,7 @@
 
 #include "base/message_loop.h"
 #include "platform/message_window.h"
+#include "support/wait_until.h"
 
 namespace base::testing {
 
@@ -57,22 +59,6 @@ inline std::intptr_t BASE_WINDOW_CALL WatchdogProcedure(platform::WindowHandle w
   platform::DestroyMessageWindow(watchdog);
   if (fired)
     return ::testing::AssertionFailure() << "the loop still ran after " << limit.count() << " ms";
-  return ::testing::AssertionSuccess();
-}
-
-// Pumps this thread's messages until `condition` holds or `limit` passes.
-template <typename Condition>
-[[nodiscard]] ::testing::AssertionResult RunLoopUntil(
-    Condition condition,
-    const char* what,
-    std::chrono::milliseconds limit = kRunLoopLimit) {
-  const auto deadline = std::chrono::steady_clock::now() + limit;
-  while (!condition()) {
-    if (std::chrono::steady_clock::now() >= deadline)
-      return ::testing::AssertionFailure()
-             << "gave up after " << limit.count() << " ms pumping for " << what;
-    PumpMessages(10);
-  }
   return ::testing::AssertionSuccess();
 }
 
